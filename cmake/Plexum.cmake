@@ -1,0 +1,28 @@
+# What every target of the project shares: the language level, the warnings (all of them errors)
+# and the include roots: the core's files are included by their path below src/
+# ("control/plexum_link.h"), all others by their path below the project ("sim/plc.h").
+# Which folder may include which is held by tests/include_directions.
+
+add_library(plexum_options INTERFACE)
+target_compile_features(plexum_options INTERFACE cxx_std_20)
+target_include_directories(plexum_options INTERFACE ${PROJECT_SOURCE_DIR}/src
+                           ${PROJECT_SOURCE_DIR})
+target_compile_options(plexum_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror
+  -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wcast-align -Wunused -Wformat=2 -Wnull-dereference)
+
+# plexum_library(NAME FILE...): one static library for the current folder.
+function(plexum_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC plexum_options)
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# plexum_test(NAME FILE...): one GoogleTest program; every test in it is a CTest test.
+function(plexum_test name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE plexum_options GTest::gtest_main GTest::gmock)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()

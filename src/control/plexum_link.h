@@ -1,0 +1,175 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "control/host_environment.h"
+#include "control/property_bag.h"
+#include "control/tcp_client.h"
+#include "control/value.h"
+
+namespace plexum {
+
+// How many wait slices a wait may last: factor * Tzeit + extra. A wait gives up in the slice after
+// that number; a limit of 0 or less allows one slice.
+struct WaitLimit {
+  std::int64_t factor = 1;
+  std::int64_t extra = 0;
+};
+
+// The control: one connection to one S7 PLC. Every job is synchronous: it sends a telegram and
+// waits for the answer in slices of MsgWait(1), in which the host's messages are processed, so the
+// host may call in again at any of them; `inuse` is the only sign of a job in progress.
+//
+// Text arguments hold decimal numbers or codes, byte strings one char a byte. Arguments by
+// non-const reference are changed on purpose, also when the call fails. Failures are told by the
+// state variables; a RuntimeError leaves a method only where arithmetic, a conversion or the TCP
+// client failed, and the state is then as far as the method had got.
+//
+// The control must stay alive while one of its methods runs, waits included; its owner sees to
+// that. Members are in the order of the dispatch interface; each is defined in the folder of its
+// subsystem.
+class PlexumLink {
+ public:
+  // Both must outlive the control.
+  PlexumLink(HostEnvironment& environment, TcpClient& tcp_client);
+
+  // -- state variables, open to the host for reading and writing
+
+  // Result of the last connection attempt or job: 0 no error; 1 no TCP connection in time; 3 no
+  // reply in time; 4 not connected when a job started; otherwise an error_number of the PLC or a
+  // write's return code. A value left here makes most jobs refuse to start.
+  std::int32_t err = 0;
+  // A job is between sending its request and handling its reply.
+  bool inuse = false;
+  // The connection is set up. Jobs connect by themselves while this is false.
+  bool s7init = false;
+  // Error of the last data job, or repeated attempts of the clock and list jobs.
+  std::int16_t auftrag_Fehler = 0;
+
+  // -- methods
+
+  // Waits up to `ms` milliseconds for a message and processes what is pending if one came.
+  void MsgWait(std::int32_t ms);
+
+  // Reads `anzby` bytes from byte address `startad` of area `Spsarts` (data block `DBNr`) as an
+  // array of Double, lower bound 1. `Datenart`: "B" bytes, "W" unsigned and "I" signed words, "D"
+  // signed double words, "F" floats, "X" bits (least significant first). Empty on failure (err)
+  // and for other codes.
+  Value ag_Read(const std::string& DBNr, const std::string& anzby, const std::string& startad,
+                const std::string& Datenart, const std::string& Spsarts);
+
+  // The same as an array of Variant, lower bound 1: "B" bytes, "W" and "I" words (Integer), "X" a
+  // text of 8 bits a byte, least significant first; "C" the bytes as one byte string.
+  Value ag_ReadB(const std::string& DBNr, const std::string& anzby, const std::string& startad_w,
+                 const std::string& Datenart, const std::string& Spsarts);
+
+  // Connects to `TCPIPRemote`, port `PortRemote` (decimal), with the calling TSAP `TsapE` and the
+  // called TSAP `TsapF`, and sets up S7 communication. True when complete; else err and s7init
+  // tell.
+  bool ag_ini(const std::string& TCPIPRemote, const std::string& PortRemote,
+              const std::string& TsapE, const std::string& TsapF);
+
+  // Decimal text to 2 bytes, big-endian; 0 to 65535, else error 5.
+  std::string wordtobeyt(const std::string& wert);
+
+  // Decimal text to 4 bytes, big-endian; 0 to 4294967295. `wert` is left with the remainder below
+  // 65536 as text.
+  std::string dwordtobeyt(std::string& wert);
+
+  // Decimal text to the 4 bytes of an IEEE 754 single, big-endian, truncated. `wert` is left with
+  // the remainder of the mantissa as text.
+  std::string flottobeyt(std::string& wert);
+
+  // Decimal text to 3 bytes, big-endian, the form of an S7 bit address. `wert` is left with the
+  // remainder as text when it was above 65534.
+  std::string wordtobeytadd(std::string& wert);
+
+  // The decimal texts of two bytes (`wert2` and 256 times `wert1`) joined, as a number minus 65536
+  // when above 32767. Both arguments are changed.
+  std::string beyttoword(std::string& wert1, std::string& wert2);
+
+  // The exclusive-or of all character codes.
+  std::int32_t xor_str(const std::string& strlan);
+
+  // Closes the connection; always true. s7init stays, so the next job fails once with err 4.
+  bool ag_exit();
+
+  // -- properties; a let tells the container
+
+  [[nodiscard]] std::string CP_IP() const { return CP_IP_; }
+  void CP_IP(const std::string& value);
+  [[nodiscard]] std::string TsapF() const { return TsapF_; }
+  void TsapF(const std::string& value);
+  [[nodiscard]] std::string TsapE() const { return TsapE_; }
+  void TsapE(const std::string& value);
+  // The time-out of every wait, in slices of MsgWait(1).
+  [[nodiscard]] std::int32_t Tzeit() const { return Tzeit_; }
+  void Tzeit(std::int32_t value);
+
+  // -- for the container that holds the control, not for its host
+
+  void UserControl_InitProperties();
+  void UserControl_ReadProperties(PropertyBag& bag);
+  void UserControl_WriteProperties(PropertyBag& bag) const;
+
+  // The tick of the face's timer, every 100 ms: copies the status text to StatusLabel.
+  void Timer1_Timer();
+
+  // The name of the current step, and the captions of the two labels that change.
+  [[nodiscard]] const std::string& status_text() const { return status_text_; }
+  [[nodiscard]] const std::string& StatusLabel() const { return status_label_; }
+  [[nodiscard]] const std::string& StateLabel() const { return state_label_; }
+
+ private:
+  // -- the pieces of the request cycle that jobs compose (protocol/request_cycle.cpp)
+
+  // Connects if s7init is false. False: err tells why, the job ends with its empty result.
+  bool connect_on_demand();
+  // Whether the TCP client is connected.
+  bool connected();
+  // The guard of the control, write and block jobs: connects on demand, then refuses while not
+  // connected (err 4) or while err holds a value of an earlier job.
+  bool guard();
+  // The refusal and the end of a time-out: no job in progress, and the next job reconnects.
+  void drop_connection_state();
+  void send_if_connected(const std::string& telegram);
+  // Waits until `wanted` bytes have arrived. False: the limit ran out.
+  bool wait_for_bytes(double wanted, WaitLimit limit = {});
+  // Everything that has arrived, or nothing while not connected.
+  std::string take_if_connected();
+  // The err of a time-out: the error_number of the answer's fragment, or 3.
+  std::int32_t err_of_fragment();
+  // The common ending of a time-out.
+  void end_after_timeout();
+
+  // -- numbers in texts, by the host's locale
+
+  double number(const std::string& text) { return environment_.number_from_text(text); }
+  std::string text(double number) { return environment_.text_from_number(number); }
+
+  // -- private conversions
+
+  // The two bytes of a TSAP text "a.b" (protocol/connection.cpp).
+  std::string tsap_bytes(const std::string& tsap);
+  std::int16_t tsap_byte(const std::string& text);
+  // 8 bits as text, most significant first; a message box and an empty text from 256 on
+  // (convert/float_bits.cpp).
+  std::string bits_from_byte(std::int32_t value);
+
+  HostEnvironment& environment_;
+  TcpClient& tcp_client_;
+
+  std::string CP_IP_ = "0.0.0.0";
+  std::string TsapE_ = "0";
+  std::string TsapF_ = "0";
+  std::int32_t Tzeit_ = 100;
+
+  std::string status_text_;
+  std::string status_label_;
+  std::string state_label_ = "0";
+  // The fixed head of a read request; empty until ag_ini has run once.
+  std::string readhead_;
+};
+
+}  // namespace plexum

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "control/host_environment.h"
+#include "control/runtime_error.h"
+
+namespace plexum::test {
+
+// A host environment with a hand-driven clock: a wait lasts as long as it was asked to, unless
+// `on_wait` ends it early. Everything that the control asks for is recorded.
+class FakeEnvironment : public HostEnvironment {
+ public:
+  // Called in every wait with its length; returns the milliseconds that pass in it.
+  std::function<std::uint32_t(std::uint32_t)> on_wait = [](std::uint32_t ms) { return ms; };
+  std::function<void()> on_process_messages = [] {};
+
+  std::uint32_t now = 0xFFFFFFF0u;  // the clock wraps early in every test
+  int waits = 0;
+  int pumps = 0;
+  std::vector<std::string> boxes;
+  std::vector<std::string> changed_properties;
+
+  std::uint32_t tick_count() override { return now; }
+
+  void wait_for_input(std::uint32_t milliseconds) override {
+    ++waits;
+    now += on_wait(milliseconds);
+  }
+
+  void process_messages() override {
+    ++pumps;
+    on_process_messages();
+  }
+
+  void show_message_box(const std::string& text) override { boxes.push_back(text); }
+  void property_changed(const std::string& name) override { changed_properties.push_back(name); }
+
+  double number_from_text(const std::string& text) override {
+    const auto blank = [](unsigned char c) { return c == ' '; };
+    const auto first = std::find_if_not(text.begin(), text.end(), blank);
+    const auto last = std::find_if_not(text.rbegin(), text.rend(), blank).base();
+    const std::string digits = first < last ? std::string(first, last) : std::string();
+    if (digits.empty() || digits.find_first_not_of("+-.0123456789Ee") != std::string::npos) {
+      throw RuntimeError(kTypeMismatch);
+    }
+    char* end = nullptr;
+    const double number = std::strtod(digits.c_str(), &end);
+    if (end != digits.c_str() + digits.size()) throw RuntimeError(kTypeMismatch);
+    if (std::isinf(number)) throw RuntimeError(kOverflow);
+    return number;
+  }
+
+  std::string text_from_number(double number) override {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.15G", number);
+    return text;
+  }
+};
+
+}  // namespace plexum::test
