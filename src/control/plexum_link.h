@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "control/host_environment.h"
@@ -128,13 +129,14 @@ class PlexumLink {
   bool connect_on_demand();
   // Whether the TCP client is connected.
   bool connected();
-  // The guard of the control, write and block jobs: connects on demand, then refuses while not
-  // connected (err 4) or while err holds a value of an earlier job.
-  bool guard();
+  // err becomes 4 while not connected. False: err, also one of an earlier job, forbids to send.
+  bool ready();
   // The refusal and the end of a time-out: no job in progress, and the next job reconnects.
   void drop_connection_state();
   void send_if_connected(const std::string& telegram);
-  // Waits until `wanted` bytes have arrived. False: the limit ran out.
+  // Waits in slices of MsgWait(1) until `done`. False: the limit ran out.
+  bool wait_until(const std::function<bool()>& done, WaitLimit limit = {});
+  // Waits until `wanted` bytes have arrived and are not taken yet.
   bool wait_for_bytes(double wanted, WaitLimit limit = {});
   // Everything that has arrived, or nothing while not connected.
   std::string take_if_connected();
@@ -150,9 +152,11 @@ class PlexumLink {
 
   // -- private conversions
 
+  // wordtobeyt of the integer part (data/read.cpp).
+  std::string integer_to_bytes(const std::string& wert);
   // The two bytes of a TSAP text "a.b" (protocol/connection.cpp).
   std::string tsap_bytes(const std::string& tsap);
-  std::int16_t tsap_byte(const std::string& text);
+  std::int16_t tsap_byte(const std::string& part);
   // 8 bits as text, most significant first; a message box and an empty text from 256 on
   // (convert/float_bits.cpp).
   std::string bits_from_byte(std::int32_t value);

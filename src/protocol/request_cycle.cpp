@@ -1,0 +1,66 @@
+// The pieces that every job composes its request cycle of: connect, guard, send, wait, take, and
+// the ending of a time-out. Each job keeps its own telegram, texts, limits and departures.
+
+#include "control/plexum_link.h"
+#include "protocol/telegram.h"
+
+namespace plexum {
+
+bool PlexumLink::connected() { return tcp_client_.State() == kTcpConnected; }
+
+bool PlexumLink::connect_on_demand() {
+  if (s7init) return true;
+  // Copies: the host may set the properties while ag_ini waits.
+  const std::string address = CP_IP();
+  const std::string calling = TsapE();
+  const std::string called = TsapF();
+  ag_ini(address, "102", calling, called);
+  // Not ag_ini's result: its second time-out leaves err at 0, and the job goes on.
+  return err == 0;
+}
+
+bool PlexumLink::ready() {
+  if (!connected()) err = 4;
+  return err == 0;
+}
+
+void PlexumLink::drop_connection_state() {
+  inuse = false;
+  s7init = false;
+}
+
+void PlexumLink::send_if_connected(const std::string& telegram) {
+  if (connected()) tcp_client_.SendData(telegram);
+}
+
+bool PlexumLink::wait_until(const std::function<bool()>& done, WaitLimit limit) {
+  for (std::int64_t slices = 1;; ++slices) {
+    if (done()) return true;
+    MsgWait(1);
+    // Read anew in every slice: the host may change it while it waits.
+    if (slices > limit.factor * Tzeit() + limit.extra) return false;
+  }
+}
+
+bool PlexumLink::wait_for_bytes(double wanted, WaitLimit limit) {
+  return wait_until([&] { return tcp_client_.BytesReceived() >= wanted; }, limit);
+}
+
+std::string PlexumLink::take_if_connected() {
+  return connected() ? tcp_client_.GetData() : std::string();
+}
+
+std::int32_t PlexumLink::err_of_fragment() {
+  if (!connected()) return 3;
+  const std::int32_t number = error_number(tcp_client_.GetData());
+  return number != 0 ? number : 3;
+}
+
+void PlexumLink::end_after_timeout() {
+  status_text_ = "Read Exit";
+  err = err_of_fragment();
+  environment_.process_messages();
+  drop_connection_state();
+}
+
+}  // namespace plexum

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+#include "control/plexum_link.h"
+#include "control/runtime_error.h"
+#include "support/fake_environment.h"
+#include "support/hex.h"
+#include "support/scripted_tcp_client.h"
+
+namespace plexum::test {
+
+// A control with a scripted PLC behind it and a hand-driven clock.
+class LinkFixture : public testing::Test {
+ protected:
+  FakeEnvironment environment;
+  ScriptedTcpClient tcp_client;
+  PlexumLink link{environment, tcp_client};
+
+  LinkFixture() {
+    link.CP_IP("127.0.0.1");
+    link.TsapE("1.0");
+    link.TsapF("3.2");
+    link.Tzeit(5);
+  }
+
+  static std::string connection_confirm() { return std::string(22, '\0'); }
+  static std::string setup_answer() { return std::string(27, '\0'); }
+
+  // Connects, and forgets how.
+  void connect() {
+    tcp_client.answers = {connection_confirm(), setup_answer()};
+    ASSERT_TRUE(link.ag_ini("127.0.0.1", "102", "1.0", "3.2"));
+    forget();
+  }
+
+  void forget() {
+    tcp_client.sent.clear();
+    tcp_client.log.clear();
+    environment.waits = 0;
+    environment.pumps = 0;
+  }
+
+  // The number of the run-time error that `call` raises, 0 for none.
+  template <typename Call>
+  static std::int32_t error_of(Call call) {
+    try {
+      call();
+    } catch (const RuntimeError& error) {
+      return error.number();
+    }
+    return 0;
+  }
+
+  // The state variables in one line, for comparison: err, inuse, s7init, auftrag_Fehler, text.
+  [[nodiscard]] std::string state() const {
+    return std::to_string(link.err) + (link.inuse ? " inuse" : " idle") +
+           (link.s7init ? " s7init " : " no-s7init ") + std::to_string(link.auftrag_Fehler) + " " +
+           link.status_text();
+  }
+};
+
+}  // namespace plexum::test
