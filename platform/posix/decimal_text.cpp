@@ -1,0 +1,115 @@
+#include "platform/posix/decimal_text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <system_error>
+
+#include "control/runtime_error.h"
+
+namespace plexum::posix {
+namespace {
+
+constexpr double kLargestPlainInteger = 999999999999999;  // 15 digits
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+std::string_view without_blanks(std::string_view text) {
+  while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+// Takes the digits at the front of a text.
+std::string_view take_digits(std::string_view& text) {
+  const auto end = std::find_if_not(text.begin(), text.end(), is_digit);
+  const std::string_view digits = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+  text.remove_prefix(digits.size());
+  return digits;
+}
+
+bool take(std::string_view& text, char c) {
+  if (text.empty() || text.front() != c) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+// An exponent's value, cut where it can no longer matter to any text that fits into memory.
+std::int64_t exponent_value(std::string_view digits, bool negative) {
+  constexpr std::int64_t kFarAway = std::int64_t{1} << 48;
+  std::int64_t value = 0;
+  for (const char digit : digits) value = std::min(value * 10 + (digit - '0'), kFarAway);
+  return negative ? -value : value;
+}
+
+// The power of ten of the first digit that isn't 0; only the sign of a far one is of interest.
+std::int64_t magnitude(std::string_view whole, std::string_view fraction, std::int64_t exponent) {
+  const auto is_significant = [](char digit) { return digit != '0'; };
+  const auto first = std::find_if(whole.begin(), whole.end(), is_significant);
+  if (first != whole.end()) return exponent + (whole.end() - first) - 1;
+  const auto behind = std::find_if(fraction.begin(), fraction.end(), is_significant);
+  return exponent - (behind - fraction.begin()) - 1;
+}
+
+}  // namespace
+
+double number_from_text(std::string_view text, char separator) {
+  std::string_view rest = without_blanks(text);
+  const bool negative = take(rest, '-');
+  if (!negative) take(rest, '+');
+
+  const std::string_view unsigned_text = rest;
+  const std::string_view whole = take_digits(rest);
+  const bool has_separator = take(rest, separator);
+  const std::string_view fraction = has_separator ? take_digits(rest) : std::string_view();
+  if (whole.empty() && fraction.empty()) throw RuntimeError(kTypeMismatch);
+
+  std::int64_t exponent = 0;
+  if (take(rest, 'E') || take(rest, 'e')) {
+    const bool down = take(rest, '-');
+    if (!down) take(rest, '+');
+    const std::string_view digits = take_digits(rest);
+    if (digits.empty()) throw RuntimeError(kTypeMismatch);
+    exponent = exponent_value(digits, down);
+  }
+  if (!rest.empty()) throw RuntimeError(kTypeMismatch);
+
+  double number = 0;
+  std::from_chars_result result{};
+  if (has_separator && separator != '.') {
+    std::string with_point(unsigned_text);
+    with_point[whole.size()] = '.';
+    result = std::from_chars(with_point.data(), with_point.data() + with_point.size(), number);
+  } else {
+    result =
+        std::from_chars(unsigned_text.data(), unsigned_text.data() + unsigned_text.size(), number);
+  }
+  if (result.ec == std::errc::result_out_of_range || std::isinf(number)) {
+    if (magnitude(whole, fraction, exponent) > 0) throw RuntimeError(kOverflow);
+    number = 0;
+  }
+  return negative && number != 0 ? -number : number;
+}
+
+std::string text_from_number(double number, char separator) {
+  if (!std::isfinite(number)) throw RuntimeError(kOverflow);
+  std::array<char, 32> text;
+  char* end = text.data();
+  if (std::abs(number) <= kLargestPlainInteger && number == std::trunc(number)) {
+    // The usual case, many times faster; -0 loses its sign on the way.
+    end = std::to_chars(text.data(), text.data() + text.size(), static_cast<std::int64_t>(number))
+              .ptr;
+  } else {
+    end = std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::general,
+                        15)
+              .ptr;
+    std::replace(text.data(), end, '.', separator);
+    std::replace(text.data(), end, 'e', 'E');
+  }
+  return {text.data(), end};
+}
+
+}  // namespace plexum::posix

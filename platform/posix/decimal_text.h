@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace plexum::posix {
+
+// The number of a decimal text: blanks (space, tab) around, a sign, digits with at most one
+// separator among them, an exponent (E or e, a sign, digits); at least one digit and, behind an
+// E, one more. RuntimeError 13 for any other text, 6 beyond the range of a double; what is too
+// small for a double is 0. No locale but the separator counts.
+double number_from_text(std::string_view text, char separator);
+
+// The text of a number: up to 15 significant digits without trailing zeros, from 1E+15 on and
+// below 0.0001 with an exponent of at least two digits (1E-05). RuntimeError 6 unless finite.
+std::string text_from_number(double number, char separator);
+
+}  // namespace plexum::posix

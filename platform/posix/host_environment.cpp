@@ -1,0 +1,39 @@
+#include "platform/posix/host_environment.h"
+
+#include <chrono>
+#include <iostream>
+
+#include "platform/posix/decimal_text.h"
+
+namespace plexum::posix {
+
+PosixHostEnvironment::PosixHostEnvironment(EventLoop& loop, char decimal_separator)
+    : loop_(loop), decimal_separator_(decimal_separator) {}
+
+std::uint32_t PosixHostEnvironment::tick_count() {
+  const auto now = EventLoop::Clock::now().time_since_epoch();
+  return static_cast<std::uint32_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+}
+
+void PosixHostEnvironment::wait_for_input(std::uint32_t milliseconds) {
+  loop_.wait(std::chrono::milliseconds(milliseconds));
+}
+
+void PosixHostEnvironment::process_messages() { loop_.process(); }
+
+void PosixHostEnvironment::show_message_box(const std::string& text) {
+  std::cerr << text << std::endl;
+}
+
+void PosixHostEnvironment::property_changed(const std::string&) {}
+
+double PosixHostEnvironment::number_from_text(const std::string& text) {
+  return posix::number_from_text(text, decimal_separator_);
+}
+
+std::string PosixHostEnvironment::text_from_number(double number) {
+  return posix::text_from_number(number, decimal_separator_);
+}
+
+}  // namespace plexum::posix

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "control/tcp_client.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/event_loop.h"
+#include "platform/posix/resolver.h"
+
+namespace plexum::posix {
+
+// A TCP client whose descriptor is part of an event loop's poll, so that a wait ends when
+// something arrives. The loop must outlive the client and belongs to the same thread.
+//
+// What the descriptor knows is what State and BytesReceived tell, whether the loop was run or not,
+// for as few system calls as that takes. What was last learned counts as known until
+// - a GetData, a Connect or a completed connection: the next question looks (one receive that
+//   doesn't block, one connect while connecting);
+// - the loop's wait: if it found the descriptor ready, the next question or the loop's process()
+//   looks, whichever comes first; if not, that is the newest knowledge;
+// - a millisecond has gone by: then a question looks, for a host that doesn't run the loop.
+// So a job that asks State, sends, waits, and takes its answer costs one look, one send, one poll
+// and one receive.
+class PosixTcpClient final : public TcpClient {
+ public:
+  // Bytes that may lie here untaken; the peer's further ones stay in the system's buffers, which
+  // stops the peer.
+  static constexpr std::size_t kInboundLimit = std::size_t{1} << 20;
+  // Bytes that may lie here unsent; a SendData that would exceed it sends nothing and is error
+  // 10055, the number of the environment's TCP client for a lack of buffers.
+  static constexpr std::size_t kOutboundLimit = std::size_t{16} << 20;
+  static constexpr std::int32_t kNoBufferSpace = 10055;
+
+  explicit PosixTcpClient(EventLoop& loop);
+  ~PosixTcpClient() override;
+
+  std::int16_t State() override;
+  std::int32_t BytesReceived() override;
+  void RemoteHost(const std::string& host) override;
+  void RemotePort(std::int32_t port) override;
+  void Connect() override;
+  void SendData(const std::string& bytes) override;
+  std::string GetData() override;
+  void Close() override;
+
+ private:
+  void look_if_stale();
+  void on_ready(short revents);
+  void update_watch();
+  void drop_descriptor();
+
+  void try_addresses();
+  void look_at_connect();
+  void connected();
+
+  void receive();
+  void flush();
+  void fail_sending();
+  [[nodiscard]] std::size_t unsent() const { return outbound_.size() - sent_; }
+
+  EventLoop& loop_;
+  std::string host_;
+  std::uint16_t port_ = 0;
+
+  // As State tells it, but for kTcpPeerClosing and kTcpError: these it hides behind bytes that
+  // were not taken yet.
+  std::int16_t state_ = kTcpClosed;
+  // Lives as long as the look-up of this connection is wanted.
+  std::shared_ptr<std::monostate> look_up_;
+  std::vector<SocketAddress> addresses_;
+  std::size_t next_address_ = 0;
+  Descriptor descriptor_;
+  short watched_ = 0;  // events
+
+  std::string inbound_;
+  std::string outbound_;
+  std::size_t sent_ = 0;  // of outbound_
+  bool send_failed_ = false;
+
+  EventLoop::Clock::time_point known_at_{};     // last look
+  EventLoop::Clock::time_point stale_since_{};  // what was known until then doesn't count
+};
+
+}  // namespace plexum::posix
