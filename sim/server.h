@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/posix/event_loop.h"
+#include "sim/plc.h"
+#include "sim/session.h"
+
+namespace plexum::sim {
+
+// The sockets of a simulated PLC: listens, and gives every connection a session. Lives on its
+// loop's thread; the PLC's lock is held while a session works.
+class Server {
+ public:
+  static constexpr std::size_t kMostConnections = 64;
+
+  // Listens as the PLC's options say. Throws std::system_error when it can't.
+  Server(posix::EventLoop& loop, Plc& plc);
+  ~Server();
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  std::uint16_t port() const;
+
+ private:
+  struct Connection;
+  using Id = std::uint64_t;
+
+  void watch_listener();
+  void accept_connections();
+  void on_ready(Id id);
+  void receive(Connection& connection);
+  void enqueue(Connection& connection, Outputs outputs);
+  void send_due(Id id);
+  bool send_bytes(Connection& connection);
+  void update_watch(Connection& connection);
+  void close(Connection& connection, Output::End how);
+  Connection* find(Id id);
+
+  posix::EventLoop& loop_;
+  Plc& plc_;
+  int listener_ = -1;
+  Id next_id_ = 1;
+  std::optional<posix::EventLoop::TimerId> pause_;
+  std::map<Id, std::unique_ptr<Connection>> connections_;
+};
+
+}  // namespace plexum::sim

@@ -1,0 +1,129 @@
+#include "sim/session.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "sim/variables.h"
+
+namespace plexum::sim {
+namespace {
+
+constexpr std::uint16_t kParallelJobs = 3;
+
+}  // namespace
+
+Outputs Session::accepted() {
+  // A stand-in for what isn't sent here, so that it can be struck.
+  const Outputs struck =
+      plc_.faults.strike(Fault::Step::kAccept, {{}, Bytes(1), Output::End::kNone});
+  if (struck.empty()) {
+    state_ = State::kMute;
+  } else if (struck.front().end != Output::End::kNone) {
+    state_ = State::kOver;
+    return {{{}, {}, struck.front().end}};
+  }
+  return {};
+}
+
+Outputs Session::receive(ByteView bytes) {
+  if (state_ == State::kOver || state_ == State::kMute) return {};
+  framing_.feed(bytes);
+  try {
+    while (state_ != State::kOver) {
+      const std::optional<TransportUnit> unit = framing_.next();
+      if (!unit) break;
+      handle(*unit);
+    }
+  } catch (const Malformed&) {
+    outputs_.push_back({{}, {}, Output::End::kClose});
+    state_ = State::kOver;
+  }
+  return std::exchange(outputs_, {});
+}
+
+void Session::handle(const TransportUnit& unit) {
+  switch (unit.kind) {
+    case TransportUnit::Kind::kConnectionRequest:
+      connect(unit);
+      break;
+    case TransportUnit::Kind::kDisconnectRequest:
+      outputs_.push_back({{}, {}, Output::End::kClose});
+      state_ = State::kOver;
+      break;
+    case TransportUnit::Kind::kData:
+      if (state_ == State::kNew) throw Malformed("data before the connection request");
+      handle_message(parse_message(unit.content));
+      break;
+  }
+}
+
+void Session::connect(const TransportUnit& unit) {
+  if (state_ != State::kNew) throw Malformed("second connection request");
+  const ConnectionRequest request = parse_connection_request(unit.content);
+  state_ = State::kConnected;
+  send(Fault::Step::kConfirm, connection_confirm(request));
+}
+
+void Session::handle_message(const Message& message) {
+  // Acknowledgements answer jobs of the PLC's own, and none is open.
+  if (message.type == MessageType::kAck || message.type == MessageType::kAckData) return;
+
+  const bool setup = message.type == MessageType::kJob && !message.parameter.empty() &&
+                     message.function() == Function::kSetupCommunication;
+  const Fault::Step step = setup ? Fault::Step::kSetup : Fault::Step::kJob;
+  Message reply;
+  try {
+    const Error scripted = plc_.faults.refuses_next(step);
+    if (scripted != Error::kNone) throw Refusal{scripted};
+    reply = setup ? answer_setup(message) : answer(message);
+  } catch (const Refusal& refused) {
+    reply = refusal(message, refused.error);
+  } catch (const Malformed&) {
+    // The message is whole; what is in it contradicts itself.
+    reply = refusal(message, Error::kWrongFrame);
+  }
+  send(step, wrap_message(build_message(reply)));
+}
+
+Message Session::answer_setup(const Message& job) {
+  Reader reader(job.parameter);
+  reader.take(2);  // the function, reserved
+  const std::uint16_t calling_jobs = std::min(reader.u16(), kParallelJobs);
+  const std::uint16_t called_jobs = std::min(reader.u16(), kParallelJobs);
+  const std::uint16_t pdu = std::min(reader.u16(), plc_.options.pdu);
+  if (reader.left() != 0 || pdu < Options::kSmallestPdu) throw Malformed("setup communication");
+  pdu_ = pdu;
+  state_ = State::kSetUp;
+  return ack_data(job, Writer()
+                           .u8(static_cast<std::size_t>(Function::kSetupCommunication))
+                           .u8(0)
+                           .u16(calling_jobs)
+                           .u16(called_jobs)
+                           .u16(pdu)
+                           .take());
+}
+
+Message Session::answer(const Message& job) {
+  if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
+  if (job.size() > pdu_) throw Refusal{Error::kWrongFrame};
+  if (job.type != MessageType::kJob) throw Refusal{Error::kUnknownService};
+  switch (job.function()) {
+    case Function::kReadVariable:
+      return read_variables(plc_.memory, job, pdu_);
+    case Function::kWriteVariable:
+      return write_variables(plc_.memory, job, plc_.options.write_protected);
+    default:
+      throw Refusal{Error::kUnknownService};
+  }
+}
+
+void Session::send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay) {
+  Outputs struck = plc_.faults.strike(step, {delay, std::move(telegram), Output::End::kNone});
+  for (Output& output : struck) {
+    if (state_ == State::kOver) return;
+    if (output.end != Output::End::kNone) state_ = State::kOver;
+    outputs_.push_back(std::move(output));
+  }
+}
+
+}  // namespace plexum::sim

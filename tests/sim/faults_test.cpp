@@ -1,0 +1,121 @@
+#include "sim/faults.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/sim/scenario.h"
+
+namespace plexum::sim {
+namespace {
+
+// A job whose answer is short: an unknown function. 19 bytes.
+constexpr std::string_view kJob = "03 00 00 12 | 02 F0 80 | 32 01 00 00 12 34 00 01 00 00 | 77";
+const std::string kAnswer = dump("03 00 00 13 02 F0 80 32 02 00 00 12 34 00 00 00 00 81 04");
+
+TEST(Faults, StrikeTheTelegramsTheyName) {
+  struct Case {
+    const char* fault;
+    std::string first, second, third;
+  };
+  const Case cases[] = {
+      {"late=50", "+50ms " + kAnswer, "+50ms " + kAnswer, "+50ms " + kAnswer},
+      {"late=50@2", kAnswer, "+50ms " + kAnswer, kAnswer},
+      {"length=4@1", "03 00 00 13", kAnswer, kAnswer},
+      {"length=21@2-", kAnswer, kAnswer + " 00 00", kAnswer + " 00 00"},
+      {"pieces=8@1", "03 00 00 13 02 F0 80 32 / +2ms 02 00 00 12 34 00 00 00 / +2ms 00 81 04",
+       kAnswer, kAnswer},
+      {"pieces=18:7@1", kAnswer.substr(0, 53) + " / +7ms 04", kAnswer, kAnswer},
+      {"double@1-2", kAnswer + " " + kAnswer, kAnswer + " " + kAnswer, kAnswer},
+      {"silence@2", kAnswer, "", kAnswer},
+      {"close@2", kAnswer, "close", ""},
+      {"reset@3", kAnswer, kAnswer, "reset"},
+      {"then-close@1", kAnswer + " close", "", ""},
+      {"then-reset@2", kAnswer, kAnswer + " reset", ""},
+      {"job:error=D209@1", kAnswer.substr(0, 51) + "D2 09", kAnswer, kAnswer},
+      {"job:error=0x8500@1-", kAnswer.substr(0, 51) + "85 00", kAnswer.substr(0, 51) + "85 00",
+       kAnswer.substr(0, 51) + "85 00"},
+  };
+  for (const Case& c : cases) {
+    Conversation conversation;
+    conversation.plc.faults.add(parse_fault(c.fault));
+    EXPECT_EQ(conversation.say(kJob), c.first) << c.fault;
+    EXPECT_EQ(conversation.say(kJob), c.second) << c.fault;
+    EXPECT_EQ(conversation.say(kJob), c.third) << c.fault;
+  }
+}
+
+TEST(Faults, StrikeTheStepsOfAConnection) {
+  struct Case {
+    const char* fault;
+    std::string accepted, confirm, setup;
+  };
+  const std::string confirm = dump(kConnectionConfirm);
+  const std::string setup =
+      dump("03 00 00 1B 02 F0 80 32 03 00 00 FF FF 00 08 00 00 00 00 F0 00 00 03 00 03 00 F0");
+  const Case cases[] = {
+      {"accept:close", "close", "", ""},
+      {"accept:reset", "reset", "", ""},
+      {"accept:silence", "", "", ""},
+      {"confirm:length=21", "", confirm.substr(0, 62), setup},
+      {"confirm:silence", "", "", setup},
+      {"confirm:reset", "", "reset", ""},
+      {"setup:length=26", "", confirm, setup.substr(0, 77)},
+      {"setup:close", "", confirm, "close"},
+      {"setup:error=8104", "", confirm,
+       dump("03 00 00 13 02 F0 80 32 02 00 00 FF FF 00 00 00 00 81 04")},
+      {"silence", "", confirm, setup},
+  };
+  for (const Case& c : cases) {
+    Plc plc({});
+    plc.faults.add(parse_fault(c.fault));
+    Session session(plc);
+    EXPECT_EQ(text(session.accepted()), c.accepted) << c.fault;
+    EXPECT_EQ(text(session.receive(hex(kConnectionRequest))), c.confirm) << c.fault;
+    EXPECT_EQ(text(session.receive(hex(kSetup))), c.setup) << c.fault;
+  }
+}
+
+TEST(Faults, ARefusedJobIsNotDone) {
+  Conversation conversation;
+  conversation.plc.faults.add(parse_fault("error=8500@1"));
+  conversation.plc.faults.add(parse_fault("length=22@1"));
+  const std::string answer = conversation.say(
+      "03 00 00 24 02 F0 80 32 01 00 00 02 00 00 0E 00 05"
+      "05 01 12 0A 10 02 00 01 00 00 83 00 00 00 00 04 00 08 7F");
+  EXPECT_EQ(answer.size(), 22u * 3 - 1) << "faults work together";
+  EXPECT_EQ((*conversation.plc.memory.find(Area::kFlags, 0))[0], 0);
+}
+
+TEST(Faults, TextsThatAreNone) {
+  for (const char* text : {"",
+                           "late",
+                           "late=",
+                           "late=0",
+                           "late=-1",
+                           "late=1x",
+                           "late=3600001",
+                           "silence=1",
+                           "error",
+                           "error=0",
+                           "error=10000",
+                           "error=XY",
+                           "length=65537",
+                           "pieces=0",
+                           "pieces=1:",
+                           "pieces=1:x",
+                           "unknown",
+                           "silence@",
+                           "silence@0",
+                           "silence@2-1",
+                           "silence@1-x",
+                           "silence@x",
+                           "silence ",
+                           "step:silence",
+                           "accept:late=1",
+                           "confirm:error=8500",
+                           "job:"}) {
+    EXPECT_THROW(parse_fault(text), std::invalid_argument) << text;
+  }
+}
+
+}  // namespace
+}  // namespace plexum::sim

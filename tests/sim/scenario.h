@@ -1,0 +1,78 @@
+#pragma once
+
+#include <string>
+
+#include "sim/session.h"
+#include "tests/sim/hex.h"
+
+namespace plexum::sim {
+
+// TPKT length | COTP: 17, CR, references 0000 and 002E, class 0 | called | calling | TPDU size
+inline constexpr std::string_view kConnectionRequest =
+    "03 00 00 16 | 11 E0 00 00 00 2E 00 | C2 02 03 02 | C1 02 01 00 | C0 01 09";
+inline constexpr std::string_view kConnectionConfirm =
+    "03 00 00 16 | 11 D0 00 2E 00 03 00 | C0 01 09 | C1 02 01 00 | C2 02 03 02";
+// 3 jobs each way, PDU 960
+inline constexpr std::string_view kSetup =
+    "03 00 00 19 | 02 F0 80 | 32 01 00 00 FF FF 00 08 00 00 | F0 00 00 03 00 03 03 C0";
+
+// What a session gave for some input, as text: each output's bytes, with "+20ms" before what
+// comes later and "close" or "reset" behind what ends the connection; outputs parted by " / ".
+inline std::string text(const Outputs& outputs) {
+  std::string all;
+  for (const Output& output : outputs) {
+    std::string one;
+    if (output.delay.count() > 0) one = "+" + std::to_string(output.delay.count()) + "ms";
+    const auto add = [&one](const std::string& more) { one += (one.empty() ? "" : " ") + more; };
+    if (!output.bytes.empty()) add(dump(output.bytes));
+    if (output.end == Output::End::kClose) add("close");
+    if (output.end == Output::End::kReset) add("reset");
+    all += (all.empty() ? "" : " / ") + one;
+  }
+  return all;
+}
+
+// What Conversation::job should give: "parameter | data" in any spacing, or "refused ECCC".
+inline std::string expected(const std::string& answer) {
+  if (answer.starts_with("refused")) return answer;
+  const std::size_t bar = answer.find('|');
+  return dump(answer.substr(0, bar)) + " | " + dump(answer.substr(bar + 1));
+}
+
+// A PLC with one connection that is set up, ready for jobs.
+struct Conversation {
+  explicit Conversation(const Options& options = {}) : plc(options), session(plc) {
+    say(kConnectionRequest);
+    say(kSetup);
+  }
+
+  std::string say(std::string_view telegram) { return text(session.receive(hex(telegram))); }
+
+  // A job or userdata message in its frame: the lengths are filled in.
+  std::string say(MessageType type, std::string_view parameter, std::string_view data = "") {
+    return text(session.receive(
+        wrap_message(build_message({type, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
+  }
+
+  // The same for a job, and only what follows the answer's error bytes: its parameter and data;
+  // "refused ECCC" for a bare acknowledgement.
+  std::string job(std::string_view parameter, std::string_view data = "") {
+    return content(session.receive(wrap_message(
+        build_message({MessageType::kJob, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
+  }
+
+  static std::string content(const Outputs& outputs) {
+    if (outputs.size() != 1) return text(outputs);
+    constexpr std::size_t kFrame = 7;
+    const Message answer = parse_message(ByteView(outputs[0].bytes).subspan(kFrame));
+    if (answer.type == MessageType::kAck) {
+      return "refused " + dump(Writer().u16(static_cast<std::size_t>(answer.error)).take());
+    }
+    return dump(answer.parameter) + " | " + dump(answer.data);
+  }
+
+  Plc plc;
+  Session session;
+};
+
+}  // namespace plexum::sim

@@ -1,0 +1,199 @@
+#include "sim/session.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/sim/scenario.h"
+
+namespace plexum::sim {
+namespace {
+
+// Reads DB 1, bytes 0 to 3.
+//                  TPKT        | COTP     | S7, reference 0200, parameter 14, data 0 |
+constexpr std::string_view kRead =
+    "03 00 00 1F | 02 F0 80 | 32 01 00 00 02 00 00 0E 00 00 |"
+    "04 01 12 0A 10 02 00 04 00 01 84 00 00 00";
+constexpr std::string_view kReadAnswer =
+    "03 00 00 1D | 02 F0 80 | 32 03 00 00 02 00 00 02 00 08 00 00 | 04 01 | FF 04 00 20 00 01 02 "
+    "03";
+
+TEST(Session, ConnectsAsACpuDoes) {
+  Plc plc({});
+  Session session(plc);
+  EXPECT_EQ(text(session.receive(hex(kConnectionRequest))), dump(kConnectionConfirm));
+  EXPECT_EQ(text(session.receive(hex(kSetup))),
+            dump("03 00 00 1B | 02 F0 80 | 32 03 00 00 FF FF 00 08 00 00 00 00 |"
+                 "F0 00 00 03 00 03 00 F0"));
+  EXPECT_EQ(text(session.receive(hex(kRead))), dump(kReadAnswer));
+}
+
+TEST(Session, GrantsNeverMoreThanAsked) {
+  struct Case {
+    const char* name;
+    std::uint16_t pdu;
+    const char* asked;
+    const char* granted;
+  };
+  const Case cases[] = {
+      // clang-format off
+      {"less of all",    240, "F0 00 00 01 00 02 00 80", "F0 00 00 01 00 02 00 80 | "},
+      {"more of all",    240, "F0 00 00 08 00 08 03 C0", "F0 00 00 03 00 03 00 F0 | "},
+      {"a larger PDU",   960, "F0 00 00 03 00 03 03 C0", "F0 00 00 03 00 03 03 C0 | "},
+      {"no PDU at all",  240, "F0 00 00 03 00 03 00 00", "refused 85 00"},
+      {"a short job",    240, "F0 00 00 03 00 03 03",    "refused 85 00"},
+      {"a long job",     240, "F0 00 00 03 00 03 03 C0 00", "refused 85 00"},
+      // clang-format on
+  };
+  for (const Case& c : cases) {
+    Options options;
+    options.pdu = c.pdu;
+    Conversation conversation(options);
+    EXPECT_EQ(conversation.job(c.asked), expected(c.granted)) << c.name;
+  }
+}
+
+TEST(Session, TakesItsInputByteByByte) {
+  Plc plc({});
+  Session session(plc);
+  std::string answers;
+  for (const std::string_view telegram : {kConnectionRequest, kSetup, kRead}) {
+    const Bytes bytes = hex(telegram);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      const std::string answer = text(session.receive(ByteView(bytes).subspan(i, 1)));
+      EXPECT_EQ(answer.empty(), i + 1 < bytes.size());
+      answers += answer;
+    }
+  }
+  EXPECT_TRUE(answers.ends_with(dump(kReadAnswer))) << answers;
+}
+
+TEST(Session, AnswersTwoJobsInOnePiece) {
+  Conversation conversation;
+  EXPECT_EQ(conversation.say(std::string(kRead) + std::string(kRead)),
+            dump(kReadAnswer) + " / " + dump(kReadAnswer));
+}
+
+// Lengths that promise more than is sent.
+TEST(Session, ServesWhatIsWholeByItsOwnLengths) {
+  // A stop job whose TPKT promises 35 bytes and has 33.
+  const std::string stop =
+      "03 00 00 23 | 02 F0 80 | 32 01 00 00 03 00 00 10 00 00 |"
+      "29 00 00 00 00 00 09 'P_PROGRAM'";
+  Conversation conversation;
+  EXPECT_NE(conversation.say(stop), "") << "not waited for the two that never come";
+  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer)) << "nothing of the next job is taken away";
+
+  const std::string in_one_piece = conversation.say(stop + std::string(kRead));
+  EXPECT_TRUE(in_one_piece.ends_with(dump(kReadAnswer))) << in_one_piece;
+
+  EXPECT_NE(conversation.say(stop), "");
+  EXPECT_EQ(conversation.say("00 00"), "") << "promised bytes that do come are skipped";
+  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer));
+}
+
+TEST(Session, WaitsForAByteThatIsMissingInTheMessage) {
+  const std::string without_area =
+      "03 00 00 1F | 02 F0 80 | 32 01 00 00 02 00 00 0E 00 00 |"
+      "04 01 12 0A 10 02 00 04 00 01 00 00 00";
+  Conversation conversation;
+  EXPECT_EQ(conversation.say(without_area), "");
+  // The next telegram's first byte completes it; what is left of that one is no telegram.
+  const std::string answer = conversation.say(kRead);
+  EXPECT_TRUE(answer.ends_with("close")) << answer;
+}
+
+TEST(Session, IgnoresEmptyFragmentsAndJoinsOthers) {
+  Conversation conversation;
+  EXPECT_EQ(conversation.say("03 00 00 07 | 02 F0 00"), "");
+  EXPECT_EQ(conversation.say("03 00 00 11 | 02 F0 00 | 32 01 00 00 02 00 00 0E 00 00"), "");
+  EXPECT_EQ(conversation.say("03 00 00 15 | 02 F0 80 | 04 01 12 0A 10 02 00 04 00 01 84 00 00 00"),
+            dump(kReadAnswer));
+}
+
+TEST(Session, RefusesWhatItDoesNotKnow) {
+  Conversation conversation;
+  EXPECT_EQ(conversation.say("03 00 00 12 | 02 F0 80 | 32 01 00 00 12 34 00 01 00 00 | 77"),
+            dump("03 00 00 13 | 02 F0 80 | 32 02 00 00 12 34 00 00 00 00 81 04"));
+  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer)) << "and goes on";
+}
+
+TEST(Session, RefusesAJobBeforeItsSetup) {
+  Plc plc({});
+  Session session(plc);
+  session.receive(hex(kConnectionRequest));
+  EXPECT_EQ(Conversation::content(session.receive(hex(kRead))), "refused 84 01");
+}
+
+TEST(Session, IgnoresAcknowledgementsOfNothing) {
+  Conversation conversation;
+  EXPECT_EQ(conversation.say("03 00 00 14 | 02 F0 80 | 32 03 00 00 00 01 00 01 00 00 00 00 | 1C"),
+            "");
+  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer));
+}
+
+TEST(Session, ClosesOnMalformedInput) {
+  struct Case {
+    const char* name;
+    bool connected;  // after the connection request and setup
+    const char* bytes;
+  };
+  const Case cases[] = {
+      // clang-format off
+      {"no TPKT",                        false, "02"},
+      {"a browser",                      false, "'GET / HTTP/1.1'"},
+      {"TPKT of 4 bytes",                false, "03 00 00 04"},
+      {"indicator beyond the TPKT",      false, "03 00 00 07 12 E0 00"},
+      {"indicator 0",                    false, "03 00 00 07 00 E0 00"},
+      {"unknown transport unit",         false, "03 00 00 07 02 70 80"},
+      {"data first",                     false, "03 00 00 12 02 F0 80 32 01 00 00 00 00 00 01 00 00 F0"},
+      {"bytes behind the request",       false, "03 00 00 17 11 E0 00 00 00 2E 00 C2 02 03 02 C1 02 01 00 C0 01 09 00"},
+      {"destination reference",          false, "03 00 00 16 11 E0 00 01 00 2E 00 C2 02 03 02 C1 02 01 00 C0 01 09"},
+      {"class 4",                        false, "03 00 00 16 11 E0 00 00 00 2E 40 C2 02 03 02 C1 02 01 00 C0 01 09"},
+      {"no called TSAP",                 false, "03 00 00 12 0D E0 00 00 00 2E 00 C1 02 01 00 C0 01 09"},
+      {"empty calling TSAP",             false, "03 00 00 14 0F E0 00 00 00 2E 00 C2 02 03 02 C1 00 C0 01 09"},
+      {"parameter beyond the request",   false, "03 00 00 16 11 E0 00 00 00 2E 00 C2 02 03 02 C1 02 01 00 C0 02 09"},
+      {"TPDU size 2^6",                  false, "03 00 00 16 11 E0 00 00 00 2E 00 C2 02 03 02 C1 02 01 00 C0 01 06"},
+      {"second connection request",      true,  "03 00 00 16 11 E0 00 00 00 2E 00 C2 02 03 02 C1 02 01 00 C0 01 09"},
+      {"disconnect request",             true,  "03 00 00 0B 06 80 00 03 00 2E 00"},
+      {"data unit's header of 3 bytes",  true,  "03 00 00 08 03 F0 80 00"},
+      {"protocol id",                    true,  "03 00 00 12 02 F0 80 72 01 00 00 00 00 00 01 00 00 77"},
+      {"message type",                   true,  "03 00 00 12 02 F0 80 32 05 00 00 00 00 00 01 00 00 77"},
+      {"no message",                     true,  "03 00 00 07 02 F0 80"},
+      {"parameter beyond the TPKT",      true,  "03 00 00 12 02 F0 80 32 01 00 00 00 00 00 02 00 00 04"},
+      {"data beyond the TPKT",           true,  "03 00 00 12 02 F0 80 32 01 00 00 00 00 00 01 00 01 04"},
+      // clang-format on
+  };
+  for (const Case& c : cases) {
+    Plc plc({});
+    Session session(plc);
+    if (c.connected) {
+      session.receive(hex(kConnectionRequest));
+      session.receive(hex(kSetup));
+    }
+    EXPECT_EQ(text(session.receive(hex(c.bytes))), "close") << c.name;
+    EXPECT_EQ(text(session.receive(hex(kConnectionRequest))), "") << c.name << ", afterwards";
+  }
+}
+
+TEST(Session, KeepsABoundedAmountOfWhatNeverEnds) {
+  Framing framing;
+  const Bytes fragment = [] {
+    Bytes bytes = hex("03 00 40 00 02 F0 00");
+    bytes.resize(0x4000);
+    return bytes;
+  }();
+  framing.feed(hex("03 00 FF FF 02 F0 80 00"));
+  EXPECT_FALSE(framing.next());
+  Framing fragments;
+  EXPECT_THROW(
+      {
+        for (int i = 0; i < 5; ++i) {
+          fragments.feed(fragment);
+          EXPECT_FALSE(fragments.next());
+          EXPECT_LE(fragments.kept(), 65535u);
+        }
+      },
+      Malformed);
+}
+
+}  // namespace
+}  // namespace plexum::sim
