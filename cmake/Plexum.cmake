@@ -21,6 +21,13 @@ function(plexum_library name)
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
+# plexum_program(NAME FILE...): a program, left in the top of the build folder.
+function(plexum_program name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE plexum_options)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()
+
 # GoogleTest: Debian's library, or its sources where the target is Windows.
 macro(plexum_find_googletest)
   if(WIN32)

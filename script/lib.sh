@@ -29,6 +29,22 @@ as_root() {
   fi
 }
 
+# build_preset PRESET: configures and builds one of CMakePresets.json.
+build_preset() {
+  if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  fi
+  say "building ${1} in build/$1"
+  (
+    cd "$ROOT"
+    cmake --preset "$1" >"build/configure-$1.log" 2>&1 || {
+      cat "build/configure-$1.log"
+      fail "configuring $1"
+    }
+    cmake --build --preset "$1" || fail "building $1"
+  ) || exit 1
+}
+
 # -- Wine
 
 # 32-bit Windows libraries of Wine, as folder/i386-windows; fetched by script/bootstrap.
