@@ -180,7 +180,7 @@ Value PlexumLink::ag_Read(const std::string& DBNr, const std::string& anzby,
   status_text_ = "Send/Receive Ready";
   inuse = false;
   const std::string data = bytes_from(answer, kReadData, static_cast<std::size_t>(count));
-  const Value result = converted_for_ag_Read(data, to_integer(number(anzby)), Datenart);
+  Value result = converted_for_ag_Read(data, to_integer(number(anzby)), Datenart);
   err = 0;
   return result;
 }
@@ -212,7 +212,7 @@ Value PlexumLink::ag_ReadB(const std::string& DBNr, const std::string& anzby,
   status_text_ = "Send/Receive Ready";
   inuse = false;
   const auto count = static_cast<std::size_t>(std::floor(number(anzby)));
-  const Value result = converted_for_ag_ReadB(bytes_from(answer, kReadData, count), Datenart);
+  Value result = converted_for_ag_ReadB(bytes_from(answer, kReadData, count), Datenart);
   err = 0;
   return result;
 }
