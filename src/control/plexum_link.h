@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "control/host_environment.h"
@@ -65,11 +67,82 @@ class PlexumLink {
   Value ag_ReadB(const std::string& DBNr, const std::string& anzby, const std::string& startad_w,
                  const std::string& Datenart, const std::string& Spsarts);
 
+  // Stops the CPU. True when the PLC answered in time, whatever it answered; false after a
+  // time-out; empty when refused (err). The same holds for the other services below.
+  Value pg_plcstop();
+
+  // Starts the CPU (restart).
+  Value pg_plcstart();
+
+  // Erases the PLC's memory.
+  Value pg_plcErase();
+
+  // Copies the work memory (RAM) to the load memory (ROM).
+  Value pg_Ramtorom();
+
+  // Compresses the PLC's memory.
+  Value pg_plccompress();
+
+  // The bits of the run-mode byte in system state list 0x0424: 8 texts "0" or "1", lower bound 1,
+  // least significant first. Error 9 when the answer has no such byte.
+  Value pg_plcRunMode();
+
+  // Uploads block `Blocknr` (five decimal digits) of type `Blocktype` ("OB", "DB", "SDB", "FC",
+  // "SFC", "FB", "SFB"). The image as a byte string, as far as it came; err tells whether it is
+  // whole. Empty when nothing came.
+  Value pg_ReadBlock(const std::string& Blocktype, const std::string& Blocknr);
+
+  // Downloads a block image, header first, and has the PLC insert it. Always empty; err tells.
+  Value pg_WriteBlock(const std::string& MCS7Code);
+
+  // The numbers of the PLC's blocks of a type as Doubles, lower bound 1, as far as the first part
+  // of its answer has them; for an empty list one empty element with index 0 (inuse then stays
+  // true). Error 9 for an answer that is no list.
+  Value pg_ListBlock(const std::string& Blocktype);
+
+  // Writes one bit: `wert` (0 or 1) to bit `bitadd` of byte `startad`. `startad` is left with the
+  // bit address as text. True when the PLC took it; else err is its return code.
+  bool ag_WriteX(const std::string& db, std::string& startad, const std::string& wert,
+                 const std::string& Spsarts, const std::string& bitadd);
+
+  // Writes one byte, the character `wert`, to byte `startad_w`.
+  Value ag_WriteB(const std::string& db, const std::string& startad_w, const std::string& wert,
+                  const std::string& Spsarts);
+
+  // Writes a byte string from byte `startad` on. `startad` is left with the bit address as text.
+  Value ag_WriteMB(const std::string& db, std::string& startad, const std::string& wertBytesstring,
+                   const std::string& Spsarts);
+
+  // Writes a single-precision float, truncated. `startad` is left with the bit address, `wert` with
+  // the remainder of the mantissa.
+  bool ag_WriteF(const std::string& DBNr, std::string& startad, std::string& wert,
+                 const std::string& Spsarts);
+
+  // Writes an unsigned double word. `startad` is left with the bit address, `wert` with the low
+  // word.
+  bool ag_WriteD(const std::string& DBNr, std::string& startad, std::string& wert,
+                 const std::string& Spsarts);
+
+  // Writes an unsigned word.
+  bool ag_WriteW(const std::string& DBNr, const std::string& startad, const std::string& wert,
+                 const std::string& Spsarts);
+
   // Connects to `TCPIPRemote`, port `PortRemote` (decimal), with the calling TSAP `TsapE` and the
   // called TSAP `TsapF`, and sets up S7 communication. True when complete; else err and s7init
   // tell.
   bool ag_ini(const std::string& TCPIPRemote, const std::string& PortRemote,
               const std::string& TsapE, const std::string& TsapF);
+
+  // The PLC's clock: 7 texts, lower bound 1: year (4 digits), month, day, hour, minute, second, and
+  // milliseconds (3 digits) with the weekday. Error 9 when the answer is too short for it.
+  Value pg_ReadClock();
+
+  // Sets the PLC's clock from decimal digits: a year of four, `strMsec` of two or more. Always
+  // empty; a refusal of the PLC is not seen. inuse stays true.
+  Value pg_SetClock(const std::string& strYear, const std::string& strMonth,
+                    const std::string& strDay, const std::string& strHour,
+                    const std::string& strMinute, const std::string& strSecond,
+                    const std::string& strMsec);
 
   // Decimal text to 2 bytes, big-endian; 0 to 65535, else error 5.
   std::string wordtobeyt(const std::string& wert);
@@ -96,6 +169,9 @@ class PlexumLink {
   // Closes the connection; always true. s7init stays, so the next job fails once with err 4.
   bool ag_exit();
 
+  // Deletes block `Blocknr` (five decimal digits) of type `Blocktype`. A service like pg_plcstop.
+  Value pg_DelBlock(const std::string& Blocktype, const std::string& Blocknr);
+
   // -- properties; a let tells the container
 
   [[nodiscard]] std::string CP_IP() const { return CP_IP_; }
@@ -107,6 +183,11 @@ class PlexumLink {
   // The time-out of every wait, in slices of MsgWait(1).
   [[nodiscard]] std::int32_t Tzeit() const { return Tzeit_; }
   void Tzeit(std::int32_t value);
+
+  // Reads system state list 0x0119 (the lamps), shows the answer's length in a message box and
+  // returns its bytes from the data field on, as Integers, lower bound 1. Error 9 when there are
+  // none.
+  Value pg_SZL();
 
   // -- for the container that holds the control, not for its host
 
@@ -131,6 +212,11 @@ class PlexumLink {
   bool connected();
   // err becomes 4 while not connected. False: err, also one of an earlier job, forbids to send.
   bool ready();
+  // The guard of the writes and control jobs: connects on demand, and drops the connection's state
+  // when it refuses.
+  bool guard();
+  // The guard of the block and clock jobs: besides, clears auftrag_Fehler and err, and begins.
+  bool guard_and_begin();
   // The refusal and the end of a time-out: no job in progress, and the next job reconnects.
   void drop_connection_state();
   void send_if_connected(const std::string& telegram);
@@ -144,6 +230,32 @@ class PlexumLink {
   std::int32_t err_of_fragment();
   // The common ending of a time-out.
   void end_after_timeout();
+  // The ending of a time-out in an upload or download, whose err may be 0.
+  void end_transfer_after_timeout();
+  // The whole cycle of the services and state lists. The answer, after a time-out usually an empty
+  // one; nothing when the guard refused.
+  std::optional<std::string> control_job(const std::string& telegram, const char* waiting_text,
+                                         double answer_length);
+  // The exchange of the clock and list jobs: up to three attempts, counted in auftrag_Fehler, until
+  // an answer of some length comes. `telegram` is made anew for each.
+  std::string exchange_with_repeats(const std::function<std::string()>& telegram,
+                                    double answer_length);
+
+  // -- parts of the jobs
+
+  // err from the return code of a write's answer (data/write.cpp).
+  void take_return_code();
+  // True when the service was answered in time; empty when the guard refused (plc/services.cpp).
+  Value service(const std::string& telegram, const char* waiting_text, double answer_length);
+  // The answer to the PLC's download-block job `reference`, with the part of `image` from `offset`
+  // on; and the err of a refused download, shown in two message boxes (blocks/download.cpp).
+  std::string part_answer(const std::string& image, std::size_t offset,
+                          const std::string& reference);
+  std::int32_t shown_refusal(const std::string& answer);
+  // Asks for the PLC's messages to programming devices; no member of the interface needs it. Raises
+  // error 424 in the end (plc/state_lists.cpp).
+  void pg_MessageService();
+  friend class MessageServiceTest;
 
   // -- numbers in texts, by the host's locale
 

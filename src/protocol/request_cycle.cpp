@@ -24,6 +24,26 @@ bool PlexumLink::ready() {
   return err == 0;
 }
 
+bool PlexumLink::guard() {
+  if (!connect_on_demand()) return false;
+  if (!ready()) {
+    drop_connection_state();
+    return false;
+  }
+  return true;
+}
+
+bool PlexumLink::guard_and_begin() {
+  if (!connect_on_demand()) return false;
+  auftrag_Fehler = 0;
+  if (!ready()) {
+    drop_connection_state();
+    return false;
+  }
+  inuse = true;
+  return true;
+}
+
 void PlexumLink::drop_connection_state() {
   inuse = false;
   s7init = false;
@@ -61,6 +81,52 @@ void PlexumLink::end_after_timeout() {
   err = err_of_fragment();
   environment_.process_messages();
   drop_connection_state();
+}
+
+void PlexumLink::end_transfer_after_timeout() {
+  status_text_ = "Read Exit";
+  // A fragment without an error leaves err at 0: only s7init then tells of the time-out.
+  err = connected() ? error_number(tcp_client_.GetData()) : 3;
+  environment_.process_messages();
+  drop_connection_state();
+}
+
+std::optional<std::string> PlexumLink::control_job(const std::string& telegram,
+                                                   const char* waiting_text, double answer_length) {
+  if (!guard()) return std::nullopt;
+  inuse = true;
+  status_text_ = "Wreit Send Data";
+  send_if_connected(telegram);
+  status_text_ = waiting_text;
+  if (!wait_for_bytes(answer_length)) end_after_timeout();
+  // After a time-out this is a second take, of what has come in the meantime.
+  std::string answer = take_if_connected();
+  status_text_ = "Send/Receive Ready";
+  inuse = false;
+  return answer;
+}
+
+std::string PlexumLink::exchange_with_repeats(const std::function<std::string()>& telegram,
+                                              double answer_length) {
+  constexpr std::size_t kUsableLength = 25;
+  std::string answer;
+  do {
+    send_if_connected(telegram());
+    status_text_ = "Read Wait Data";
+    if (!wait_for_bytes(answer_length)) {
+      status_text_ = "Read Exit";
+      if (connected()) answer = tcp_client_.GetData();
+      err = 3;
+      environment_.process_messages();
+      drop_connection_state();
+    }
+    // After a time-out this replaces what was taken there, as a rule by nothing.
+    if (connected()) answer = tcp_client_.GetData();
+    status_text_ = "Send/Receive Ready";
+    if (answer.size() >= kUsableLength) break;
+    ++auftrag_Fehler;
+  } while (auftrag_Fehler < 3);
+  return answer;
 }
 
 }  // namespace plexum

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace plexum {
+
+// The texts by which block and clock telegrams carry their numbers.
+
+// `text` without the blanks around it, with zeros in front up to `width` characters.
+std::string fillzero(const std::string& text, std::size_t width);
+
+// The 32-bit number in the first four bytes, big-endian, as decimal text; error 5 when there are
+// fewer.
+std::string beyttodword(const std::string& bytes);
+
+// A byte as two hexadecimal digits in upper case.
+std::string beyttohex(std::uint8_t byte);
+
+// The number that a text's hexadecimal digits make, up to the first character that is none; "0x"
+// and "&H" in front (in either case) are passed over. Decimal digits so make their BCD byte. 0 for
+// a text without digits and for one of more than 32 bits.
+std::int32_t hextowert(const std::string& text);
+
+}  // namespace plexum

@@ -1,0 +1,84 @@
+// Uploading a block: start upload (1D), upload (1E) until the PLC says that nothing follows, end
+// upload (1F). The PLC's refusals are short answers, so they show as time-outs whose err is the
+// PLC's error.
+
+#include "control/integers.h"
+#include "control/plexum_link.h"
+#include "convert/byte_strings.h"
+#include "protocol/block_type.h"
+#include "protocol/telegram.h"
+
+namespace plexum {
+namespace {
+
+// The designation "_", type code (2), number (5), "A" follows its length; the lengths count these
+// characters, whatever is sent.
+constexpr auto kStartUpload =
+    "03 00 00 23 | 02 F0 80 | 32 01 00 00 00 00 00 12 00 00 | 1D 00 00 00 00 00 00 00 | 09 5F"_hex;
+static_assert(tpkt_length(kStartUpload) == kStartUpload.size() + 2 + 5 + 1);
+constexpr std::size_t kUploadId = 25;  // the last two of the answer's four bytes
+
+constexpr auto kUpload =
+    "03 00 00 19 | 02 F0 80 | 32 01 00 00 00 00 00 08 00 00 | 1E 00 00 00 00 00 00 00"_hex;
+constexpr auto kEndUpload =
+    "03 00 00 19 | 02 F0 80 | 32 01 00 00 00 02 00 08 00 00 | 1F 00 00 00 00 00 00 00"_hex;
+static_assert(tpkt_length(kUpload) == kUpload.size());
+static_assert(tpkt_length(kEndUpload) == kEndUpload.size());
+constexpr std::size_t kPduReference = 11;
+constexpr std::size_t kRequestId = 23;
+constexpr std::size_t kStatus = 20;  // of an answer; 1: more follows
+constexpr std::size_t kPart = 25;    // where the answer's part of the block begins
+
+constexpr double kAnswerLength = 25;
+constexpr double kEndAnswerLength = 20;
+constexpr WaitLimit kUploadLimit{1, 500};  // the PLC may be slow to read a part
+
+template <std::size_t N>
+std::string with_id(const std::array<char, N>& telegram, const std::string& id) {
+  return to_string(telegram).replace(kRequestId, 2, id);
+}
+
+}  // namespace
+
+Value PlexumLink::pg_ReadBlock(const std::string& Blocktype, const std::string& Blocknr) {
+  if (!guard_and_begin()) return {};
+  send_if_connected(to_string(kStartUpload) + block_type_code(Blocktype) + Blocknr + "A");
+  status_text_ = "Read Wait Data";
+  if (!wait_for_bytes(kAnswerLength)) {
+    end_transfer_after_timeout();
+    return {};
+  }
+  std::string answer = take_if_connected();
+  const std::string id = bytes_from(answer, kUploadId, 2);
+  status_text_ = "Send/Receive Ready";
+
+  std::string image;
+  std::int16_t counter = 0;
+  do {
+    counter = to_integer(counter + 1.0);
+    std::string request = with_id(kUpload, id);
+    request.replace(kPduReference, 2, wordtobeyt(text(counter)));
+    send_if_connected(request);
+    status_text_ = "Read Wait Data";
+    if (!wait_for_bytes(kAnswerLength, kUploadLimit)) {
+      end_transfer_after_timeout();
+      return counter > 1 ? Value(image) : Value();
+    }
+    if (connected()) answer = tcp_client_.GetData();
+    image += bytes_from(answer, kPart);
+  } while (code_at(answer, kStatus) == 1);
+
+  send_if_connected(with_id(kEndUpload, id));
+  status_text_ = "Read Wait Data";
+  if (!wait_for_bytes(kEndAnswerLength)) {
+    end_transfer_after_timeout();
+    return image;
+  }
+  take_if_connected();
+  inuse = false;
+  status_text_ = "Send/Receive Ready";
+  err = 0;
+  return image;
+}
+
+}  // namespace plexum
