@@ -1,0 +1,197 @@
+#include "platform/windows/tcp_client.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "control/runtime_error.h"
+#include "platform/windows/code_page.h"
+
+namespace plexum::windows {
+namespace {
+
+constexpr UINT kSocketMessage = WM_APP;
+constexpr UINT kResolvedMessage = WM_APP + 1;
+
+// What a peer may send ahead of the control; the rest waits in the network.
+constexpr std::size_t kMostReceived = std::size_t{1} << 20;
+
+// Winsock counts in int, and copies what it queues.
+constexpr std::size_t kMostSentAtOnce = std::size_t{1} << 20;
+
+enum class Outcome { kPending, kConnected, kFailed };
+
+// How the connection attempt of a non-blocking socket stands.
+Outcome outcome_of_connect(SOCKET socket) {
+  fd_set writable;
+  fd_set failed;
+  FD_ZERO(&writable);
+  FD_ZERO(&failed);
+  FD_SET(socket, &writable);
+  FD_SET(socket, &failed);
+  timeval no_time{};
+  if (select(0, nullptr, &writable, &failed, &no_time) == 0) return Outcome::kPending;
+  return FD_ISSET(socket, &failed) ? Outcome::kFailed : Outcome::kConnected;
+}
+
+// A non-blocking socket that tells `window` what happens to it; INVALID_SOCKET on failure.
+SOCKET open_socket(int family, HWND window) {
+  Socket socket(WSASocketW(family, SOCK_STREAM, IPPROTO_TCP, nullptr, 0, WSA_FLAG_OVERLAPPED));
+  if (!socket.is_open()) return INVALID_SOCKET;
+  // A program that the host starts would otherwise keep the connection open.
+  SetHandleInformation(reinterpret_cast<HANDLE>(socket.get()), HANDLE_FLAG_INHERIT, 0);
+  const BOOL on = TRUE;
+  setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
+  if (WSAAsyncSelect(socket.get(), window, kSocketMessage,
+                     FD_CONNECT | FD_READ | FD_WRITE | FD_CLOSE) != 0) {
+    return INVALID_SOCKET;
+  }
+  return socket.release();
+}
+
+}  // namespace
+
+std::int16_t BuiltInTcpClient::State() {
+  if (received_.empty()) poll();
+  if (!received_.empty()) return kTcpConnected;
+  return phase_ == kTcpConnected && peer_closed_ ? kTcpPeerClosing : phase_;
+}
+
+std::int32_t BuiltInTcpClient::BytesReceived() {
+  poll();
+  return static_cast<std::int32_t>(received_.size());
+}
+
+void BuiltInTcpClient::RemotePort(std::int32_t port) {
+  if (port < 0 || port > 65535) throw RuntimeError(kTcpInvalidArgument);
+  port_ = port;
+}
+
+void BuiltInTcpClient::Connect() {
+  if (State() != kTcpClosed) throw RuntimeError(kTcpInvalidOperation);
+  if (window_ == nullptr) {
+    window_ = std::make_unique<MessageWindow>([this](UINT, WPARAM, LPARAM) { poll(); });
+  }
+  const std::wstring host = utf16_from_utf8(host_);
+  // To the resolver an empty name is this machine, and a name ends at a NUL.
+  if (host.empty() || host.find(L'\0') != std::wstring::npos) return fail();
+  if (auto address = numeric_address(host, port_)) {
+    addresses_ = std::move(*address);
+    return connect_to_next_address();
+  }
+  phase_ = kTcpResolving;
+  resolution_ = std::make_unique<NameResolution>(host, port_, window_->handle(), kResolvedMessage);
+}
+
+void BuiltInTcpClient::SendData(const std::string& bytes) {
+  if (State() != kTcpConnected) throw RuntimeError(kTcpWrongState);
+  // One telegram is one send, so that it is one segment; only what the socket refuses is kept.
+  const std::size_t sent = unsent_.empty() ? send(bytes.data(), bytes.size()) : 0;
+  if (socket_.is_open()) unsent_.append(bytes, sent);
+}
+
+std::string BuiltInTcpClient::GetData() {
+  poll();
+  return std::exchange(received_, {});
+}
+
+void BuiltInTcpClient::Close() {
+  resolution_.reset();
+  socket_.close();
+  addresses_.clear();
+  received_.clear();
+  unsent_.clear();
+  peer_closed_ = false;
+  phase_ = kTcpClosed;
+}
+
+void BuiltInTcpClient::poll() {
+  if (phase_ == kTcpResolving) poll_resolution();
+  if (phase_ == kTcpConnecting) poll_connection();
+  if (phase_ == kTcpConnected) send_queued();
+  if (phase_ == kTcpConnected) receive();
+}
+
+void BuiltInTcpClient::poll_resolution() {
+  if (!resolution_->done()) return;
+  addresses_ = resolution_->addresses();
+  std::reverse(addresses_.begin(), addresses_.end());
+  resolution_.reset();
+  connect_to_next_address();
+}
+
+void BuiltInTcpClient::poll_connection() {
+  switch (outcome_of_connect(socket_.get())) {
+    case Outcome::kPending:
+      break;
+    case Outcome::kConnected:
+      phase_ = kTcpConnected;
+      break;
+    case Outcome::kFailed:
+      connect_to_next_address();
+      break;
+  }
+}
+
+void BuiltInTcpClient::connect_to_next_address() {
+  while (!addresses_.empty()) {
+    const SocketAddress address = addresses_.back();
+    addresses_.pop_back();
+    socket_.reset(open_socket(address.family(), window_->handle()));
+    if (!socket_.is_open()) continue;
+    const bool refused = connect(socket_.get(), address.get(), address.length) != 0 &&
+                         WSAGetLastError() != WSAEWOULDBLOCK;
+    if (refused) continue;
+    phase_ = kTcpConnecting;
+    return;
+  }
+  fail();
+}
+
+// A receive also makes Winsock announce the next arrival, whether anything had arrived or not.
+void BuiltInTcpClient::receive() {
+  std::array<char, 8192> buffer;
+  while (!peer_closed_ && received_.size() < kMostReceived) {
+    const std::size_t wanted = std::min(buffer.size(), kMostReceived - received_.size());
+    const int count = recv(socket_.get(), buffer.data(), static_cast<int>(wanted), 0);
+    if (count == 0) peer_closed_ = true;
+    if (count < 0 && WSAGetLastError() != WSAEWOULDBLOCK) fail();
+    if (count <= 0) return;
+    received_.append(buffer.data(), static_cast<std::size_t>(count));
+    if (static_cast<std::size_t>(count) < wanted) return;
+  }
+}
+
+void BuiltInTcpClient::send_queued() {
+  if (unsent_.empty()) return;
+  const std::size_t sent = send(unsent_.data(), unsent_.size());
+  if (sent < unsent_.size()) {
+    unsent_.erase(0, sent);
+  } else {
+    unsent_.clear();
+  }
+}
+
+std::size_t BuiltInTcpClient::send(const char* bytes, std::size_t size) {
+  std::size_t sent = 0;
+  while (sent < size && socket_.is_open()) {
+    const std::size_t piece = std::min(size - sent, kMostSentAtOnce);
+    const int count = ::send(socket_.get(), bytes + sent, static_cast<int>(piece), 0);
+    if (count >= 0) {
+      sent += static_cast<std::size_t>(count);
+    } else if (WSAGetLastError() == WSAEWOULDBLOCK) {
+      break;
+    } else {
+      fail();
+    }
+  }
+  return sent;
+}
+
+void BuiltInTcpClient::fail() {
+  socket_.close();
+  unsent_.clear();
+  phase_ = kTcpError;
+}
+
+}  // namespace plexum::windows

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "control/tcp_client.h"
+#include "platform/windows/message_window.h"
+#include "platform/windows/name_resolution.h"
+#include "platform/windows/winsock.h"
+
+namespace plexum::windows {
+
+// The control's own TCP client, over a non-blocking socket that announces what happens by messages
+// to a hidden window of the creating thread: a wait for messages ends at once when data arrive.
+//
+// The messages only wake and move things on; every member asks the socket itself, so State and
+// BytesReceived are true also in a host that has not processed a message yet. Use it on the thread
+// that first calls Connect.
+class BuiltInTcpClient : public TcpClient {
+ public:
+  BuiltInTcpClient() = default;
+  ~BuiltInTcpClient() override = default;
+
+  std::int16_t State() override;
+  std::int32_t BytesReceived() override;
+  void RemoteHost(const std::string& host) override { host_ = host; }
+  void RemotePort(std::int32_t port) override;
+  void Connect() override;
+  void SendData(const std::string& bytes) override;
+  std::string GetData() override;
+  void Close() override;
+
+ private:
+  // Moves the connection on as far as it goes without waiting.
+  void poll();
+  void poll_resolution();
+  void poll_connection();
+  void connect_to_next_address();
+  void receive();
+  void send_queued();
+  // Sends what the socket takes of it now; returns how much that was.
+  std::size_t send(const char* bytes, std::size_t size);
+  void fail();
+
+  Winsock winsock_;
+  std::unique_ptr<MessageWindow> window_;  // from the first Connect on
+  std::unique_ptr<NameResolution> resolution_;
+  Socket socket_;
+
+  std::string host_;
+  std::int32_t port_ = 0;
+
+  // Closed, resolving, connecting, connected or error, as if nothing were left to be taken.
+  std::int16_t phase_ = kTcpClosed;
+  std::vector<SocketAddress> addresses_;  // not tried yet, the next one last
+  bool peer_closed_ = false;
+  std::string received_;  // arrived and not taken
+  std::string unsent_;    // not taken by the socket yet
+};
+
+}  // namespace plexum::windows
