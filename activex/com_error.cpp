@@ -1,0 +1,56 @@
+#include "activex/com_error.h"
+
+#include <new>
+#include <string_view>
+
+#include "activex/type_library.h"
+#include "control/runtime_error.h"
+#include "platform/windows/bstr.h"
+#include "platform/windows/code_page.h"
+
+namespace plexum::activex {
+namespace {
+
+// Where the errors that VB hosts know by number begin.
+constexpr unsigned long kControlFailure = 0x800A0000UL;
+
+void describe(const RuntimeError& error) {
+  ComPtr<ICreateErrorInfo> creation;
+  check(CreateErrorInfo(creation.GetAddressOf()));
+  check(creation->SetGUID(__uuidof(_PlexumLink)));
+  const windows::Bstr source(windows::utf16_from_utf8(kErrorSource));
+  check(creation->SetSource(source.get()));
+  const windows::Bstr description(windows::utf16_from_utf8(error.text()));
+  check(creation->SetDescription(description.get()));
+  ComPtr<IErrorInfo> info;
+  check(creation.As(&info));
+  check(SetErrorInfo(0, info.Get()));
+}
+
+HRESULT report(const RuntimeError& error) noexcept {
+  try {
+    describe(error);
+  } catch (...) {
+    // The number says enough.
+  }
+  return static_cast<HRESULT>(kControlFailure |
+                              (static_cast<unsigned long>(error.number()) & 0xFFFFUL));
+}
+
+}  // namespace
+
+HRESULT result_of_current_exception() noexcept {
+  try {
+    throw;
+  } catch (const RuntimeError& error) {
+    return report(error);
+  } catch (const ComError& error) {
+    return error.result();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  } catch (...) {
+    return E_UNEXPECTED;
+  }
+}
+
+}  // namespace plexum::activex

@@ -1,0 +1,167 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "activex/automation_value.h"
+#include "activex/com_error.h"
+#include "activex/floating_point.h"
+#include "activex/link_environment.h"
+#include "activex/member_call.h"
+#include "activex/module.h"
+#include "control/plexum_link.h"
+#include "control/tcp_client.h"
+
+namespace plexum::activex {
+
+// The COM object of one control: the dispatch interface over the core's PlexumLink. It lives on
+// the apartment that created it.
+// Every entry point runs inside a Call, which keeps the object alive (the host may release it from
+// inside a wait), computes in the control's own floating-point state and lets no exception out.
+class LinkObject final : public _PlexumLink,
+                         public ISupportErrorInfo,
+                         public IProvideClassInfo2,
+                         private EnvironmentOwner {
+ public:
+  static HRESULT create(REFIID iid, void** object) noexcept;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+
+  // IDispatch
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** type) override;
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
+                                          DISPID* ids) override;
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID iid, LCID locale, WORD flags,
+                                   DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                   UINT* argument) override;
+
+  // ISupportErrorInfo
+  HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override;
+
+  // IProvideClassInfo2
+  HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** type) override;
+  HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* guid) override;
+
+  // _PlexumLink (link_members.cpp)
+  HRESULT STDMETHODCALLTYPE get_err(LONG* result) override;
+  HRESULT STDMETHODCALLTYPE put_err(LONG value) override;
+  HRESULT STDMETHODCALLTYPE get_inuse(VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE put_inuse(VARIANT_BOOL value) override;
+  HRESULT STDMETHODCALLTYPE get_s7init(VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE put_s7init(VARIANT_BOOL value) override;
+  HRESULT STDMETHODCALLTYPE get_auftrag_Fehler(SHORT* result) override;
+  HRESULT STDMETHODCALLTYPE put_auftrag_Fehler(SHORT value) override;
+  HRESULT STDMETHODCALLTYPE MsgWait(LONG ms) override;
+  HRESULT STDMETHODCALLTYPE ag_Read(BSTR* DBNr, BSTR* anzby, BSTR* startad, BSTR* Datenart, BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_ReadB(BSTR* DBNr, BSTR* anzby, BSTR* startad_w, BSTR* Datenart, BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_plcstop(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_plcstart(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_plcErase(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_Ramtorom(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_plccompress(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_plcRunMode(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_ReadBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_WriteBlock(BSTR* MCS7Code, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_ListBlock(BSTR* Blocktype, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteX(BSTR* db, BSTR* startad, BSTR* wert, BSTR* Spsarts, BSTR* bitadd, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteB(BSTR* db, BSTR* startad_w, BSTR* wert, BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteMB(BSTR* db, BSTR* startad, BSTR* wertBytesstring, BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteF(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteD(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteW(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_ini(BSTR* TCPIPRemote, BSTR* PortRemote, BSTR* TsapE, BSTR* TsapF, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE pg_ReadClock(VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_SetClock(BSTR* strYear, BSTR* strMonth, BSTR* strDay, BSTR* strHour, BSTR* strMinute, BSTR* strSecond, BSTR* strMsec, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE wordtobeyt(BSTR* wert, BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE dwordtobeyt(BSTR* wert, BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE flottobeyt(BSTR* wert, BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE wordtobeytadd(BSTR* wert, BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE beyttoword(BSTR* wert1, BSTR* wert2, BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE xor_str(VARIANT* strlan, LONG* result) override;
+  HRESULT STDMETHODCALLTYPE ag_exit(VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE pg_DelBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE get_CP_IP(BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE put_CP_IP(BSTR value) override;
+  HRESULT STDMETHODCALLTYPE get_TsapF(BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE put_TsapF(BSTR value) override;
+  HRESULT STDMETHODCALLTYPE get_TsapE(BSTR* result) override;
+  HRESULT STDMETHODCALLTYPE put_TsapE(BSTR value) override;
+  HRESULT STDMETHODCALLTYPE get_Tzeit(LONG* result) override;
+  HRESULT STDMETHODCALLTYPE put_Tzeit(LONG value) override;
+  HRESULT STDMETHODCALLTYPE pg_SZL(VARIANT* result) override;
+
+ private:
+  // One call into the object, on the stack of its entry point.
+  class Call {
+   public:
+    explicit Call(LinkObject& object) noexcept;
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+   private:
+    // Holds the object for as long as anything else of it is used.
+    class Reference {
+     public:
+      explicit Reference(LinkObject& object) noexcept;
+      ~Reference();
+      Reference(const Reference&) = delete;
+      Reference& operator=(const Reference&) = delete;
+
+     private:
+      LinkObject& object_;
+    };
+
+    const Reference reference_;
+    const FloatingPointBoundary::Control floating_point_;
+  };
+
+  LinkObject();
+  ~LinkObject() = default;
+
+  // Runs the body of a member of the interface.
+  template <typename Body>
+  HRESULT run(Body&& body) noexcept {
+    const Call call(*this);
+    SetErrorInfo(0, nullptr);
+    return guarded(body);
+  }
+
+  // Runs a member of the core: its arguments and its result by their types.
+  template <typename Result, typename Member, typename... Arguments>
+  HRESULT run(Result result, Member member, Arguments... arguments) noexcept {
+    if (is_missing(result)) return E_POINTER;
+    clear_result(result);
+    return run([&] { call_member(result, link_, member, arguments...); });
+  }
+
+  // A member that the core doesn't have yet.
+  template <typename Result>
+  static HRESULT not_built(Result* result) noexcept {
+    if (result == nullptr) return E_POINTER;
+    clear_result(result);
+    return E_NOTIMPL;
+  }
+
+  void* find_interface(REFIID iid) noexcept;
+  // The description of the dispatch interface.
+  ITypeInfo* type_info();
+
+  // EnvironmentOwner
+  void property_changed(const std::string& name) override;
+  [[nodiscard]] bool is_abandoned() const override;
+
+  const ModuleLock module_lock_;
+  std::atomic<ULONG> references_{1};
+  ULONG own_references_ = 0;  // those of the calls that are running
+
+  LinkEnvironment environment_{*this};
+  std::unique_ptr<TcpClient> tcp_client_;
+  PlexumLink link_;
+  ComPtr<ITypeInfo> type_info_;
+};
+
+}  // namespace plexum::activex
