@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "control/value.h"
 #include "activex/com_headers.h"
+#include "control/value.h"
 
 namespace plexum::activex {
 

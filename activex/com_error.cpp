@@ -7,6 +7,7 @@
 #include "control/runtime_error.h"
 #include "platform/windows/bstr.h"
 #include "platform/windows/code_page.h"
+#include "platform/windows/host_environment.h"
 
 namespace plexum::activex {
 namespace {
@@ -46,6 +47,8 @@ HRESULT result_of_current_exception() noexcept {
     return report(error);
   } catch (const ComError& error) {
     return error.result();
+  } catch (const windows::Abandoned&) {
+    return E_ABORT;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   } catch (...) {

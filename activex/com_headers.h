@@ -11,6 +11,9 @@
 
 #include "plexum_interfaces.h"  // made of plexum.idl
 
+// COM interfaces have no virtual destructor by design: Release() ends an object.
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 namespace plexum::activex {
 
 using Microsoft::WRL::ComPtr;

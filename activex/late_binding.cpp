@@ -187,9 +187,8 @@ HRESULT invoke_late_bound(ITypeInfo& type, _PlexumLink* instance, const LateBoun
     parameters.rgdispidNamedArgs = &put;
     parameters.cNamedArgs = 1;
   }
-  const HRESULT result =
-      type.Invoke(instance, call.member, static_cast<WORD>(member->kind), &parameters, call.result,
-                  call.exception, call.argument);
+  const HRESULT result = type.Invoke(instance, call.member, static_cast<WORD>(member->kind),
+                                     &parameters, call.result, call.exception, call.argument);
   for (Argument& argument : arguments) argument.write_back();
   return result;
 }

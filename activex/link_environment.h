@@ -1,42 +1,43 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "activex/com_headers.h"
 #include "activex/floating_point.h"
-#include "control/host_environment.h"
+#include "platform/windows/host_environment.h"
 
 namespace plexum::activex {
 
-// What the environment of a control needs to know of the object that it serves.
-class EnvironmentOwner {
+// What a control knows of its container.
+class Container {
  public:
-  virtual void property_changed(const std::string& name) = 0;
-  // Whether nobody outside holds the object any more, so that no one cares how its member ends.
-  [[nodiscard]] virtual bool is_abandoned() const = 0;
+  // Tells the container that the property of that name has a new value.
+  virtual void notify_change(const std::string& property) = 0;
+  // The window that message boxes belong to; null where there is none.
+  virtual HWND window() = 0;
 
  protected:
-  ~EnvironmentOwner() = default;
+  ~Container() = default;
 };
 
-// A Windows host as the control sees it.
-class LinkEnvironment final : public HostEnvironment {
+// A Windows host as the control sees it. Whatever runs on the host's side, its messages first of
+// all, finds the host's own floating-point state.
+class LinkEnvironment final : public windows::WindowsHostEnvironment {
  public:
-  explicit LinkEnvironment(EnvironmentOwner& owner) : owner_(owner) {}
+  // The container must outlive the environment.
+  explicit LinkEnvironment(Container& container) : container_(container) {}
 
   [[nodiscard]] FloatingPointBoundary& floating_point() noexcept { return floating_point_; }
 
-  std::uint32_t tick_count() override;
-  // Ends the running member once the object is abandoned.
-  void wait_for_input(std::uint32_t milliseconds) override;
   void process_messages() override;
   void show_message_box(const std::string& text) override;
   void property_changed(const std::string& name) override;
-  double number_from_text(const std::string& text) override;
-  std::string text_from_number(double number) override;
+
+ protected:
+  HWND owner_window() override { return container_.window(); }
 
  private:
-  EnvironmentOwner& owner_;
+  Container& container_;
   FloatingPointBoundary floating_point_;
 };
 

@@ -2,7 +2,7 @@
 
 #include "activex/late_binding.h"
 #include "activex/type_library.h"
-#include "platform/windows/tcp_client.h"
+#include "platform/windows/late_bound_tcp_client.h"
 
 namespace plexum::activex {
 
@@ -29,8 +29,7 @@ HRESULT LinkObject::create(REFIID iid, void** object) noexcept {
 }
 
 LinkObject::LinkObject()
-    : tcp_client_(std::make_unique<windows::BuiltInTcpClient>()),
-      link_(environment_, *tcp_client_) {}
+    : tcp_client_(windows::make_tcp_client()), link_(environment_, *tcp_client_) {}
 
 HRESULT LinkObject::QueryInterface(REFIID iid, void** object) {
   if (object == nullptr) return E_POINTER;
@@ -58,6 +57,8 @@ ULONG LinkObject::Release() {
   if (left == 0) {
     references_ = 1;  // whoever takes and gives back a reference now doesn't end it twice
     delete this;
+  } else if (left == own_references_) {
+    environment_.abandon();
   }
   return left;
 }
@@ -113,8 +114,8 @@ HRESULT LinkObject::GetGUID(DWORD kind, GUID* guid) {
   return S_OK;
 }
 
-void LinkObject::property_changed(const std::string&) {}
+void LinkObject::notify_change(const std::string&) {}
 
-bool LinkObject::is_abandoned() const { return references_ == own_references_; }
+HWND LinkObject::window() { return nullptr; }
 
 }  // namespace plexum::activex

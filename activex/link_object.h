@@ -22,7 +22,7 @@ namespace plexum::activex {
 class LinkObject final : public _PlexumLink,
                          public ISupportErrorInfo,
                          public IProvideClassInfo2,
-                         private EnvironmentOwner {
+                         private Container {
  public:
   static HRESULT create(REFIID iid, void** object) noexcept;
 
@@ -56,8 +56,10 @@ class LinkObject final : public _PlexumLink,
   HRESULT STDMETHODCALLTYPE get_auftrag_Fehler(SHORT* result) override;
   HRESULT STDMETHODCALLTYPE put_auftrag_Fehler(SHORT value) override;
   HRESULT STDMETHODCALLTYPE MsgWait(LONG ms) override;
-  HRESULT STDMETHODCALLTYPE ag_Read(BSTR* DBNr, BSTR* anzby, BSTR* startad, BSTR* Datenart, BSTR* Spsarts, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_ReadB(BSTR* DBNr, BSTR* anzby, BSTR* startad_w, BSTR* Datenart, BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_Read(BSTR* DBNr, BSTR* anzby, BSTR* startad, BSTR* Datenart,
+                                    BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_ReadB(BSTR* DBNr, BSTR* anzby, BSTR* startad_w, BSTR* Datenart,
+                                     BSTR* Spsarts, VARIANT* result) override;
   HRESULT STDMETHODCALLTYPE pg_plcstop(VARIANT* result) override;
   HRESULT STDMETHODCALLTYPE pg_plcstart(VARIANT* result) override;
   HRESULT STDMETHODCALLTYPE pg_plcErase(VARIANT* result) override;
@@ -67,15 +69,24 @@ class LinkObject final : public _PlexumLink,
   HRESULT STDMETHODCALLTYPE pg_ReadBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) override;
   HRESULT STDMETHODCALLTYPE pg_WriteBlock(BSTR* MCS7Code, VARIANT* result) override;
   HRESULT STDMETHODCALLTYPE pg_ListBlock(BSTR* Blocktype, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteX(BSTR* db, BSTR* startad, BSTR* wert, BSTR* Spsarts, BSTR* bitadd, VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteB(BSTR* db, BSTR* startad_w, BSTR* wert, BSTR* Spsarts, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteMB(BSTR* db, BSTR* startad, BSTR* wertBytesstring, BSTR* Spsarts, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteF(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts, VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteD(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts, VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteW(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts, VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_ini(BSTR* TCPIPRemote, BSTR* PortRemote, BSTR* TsapE, BSTR* TsapF, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteX(BSTR* db, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                                      BSTR* bitadd, VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteB(BSTR* db, BSTR* startad_w, BSTR* wert, BSTR* Spsarts,
+                                      VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteMB(BSTR* db, BSTR* startad, BSTR* wertBytesstring,
+                                       BSTR* Spsarts, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteF(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                                      VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteD(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                                      VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_WriteW(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                                      VARIANT_BOOL* result) override;
+  HRESULT STDMETHODCALLTYPE ag_ini(BSTR* TCPIPRemote, BSTR* PortRemote, BSTR* TsapE, BSTR* TsapF,
+                                   VARIANT_BOOL* result) override;
   HRESULT STDMETHODCALLTYPE pg_ReadClock(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_SetClock(BSTR* strYear, BSTR* strMonth, BSTR* strDay, BSTR* strHour, BSTR* strMinute, BSTR* strSecond, BSTR* strMsec, VARIANT* result) override;
+  HRESULT STDMETHODCALLTYPE pg_SetClock(BSTR* strYear, BSTR* strMonth, BSTR* strDay, BSTR* strHour,
+                                        BSTR* strMinute, BSTR* strSecond, BSTR* strMsec,
+                                        VARIANT* result) override;
   HRESULT STDMETHODCALLTYPE wordtobeyt(BSTR* wert, BSTR* result) override;
   HRESULT STDMETHODCALLTYPE dwordtobeyt(BSTR* wert, BSTR* result) override;
   HRESULT STDMETHODCALLTYPE flottobeyt(BSTR* wert, BSTR* result) override;
@@ -150,9 +161,9 @@ class LinkObject final : public _PlexumLink,
   // The description of the dispatch interface.
   ITypeInfo* type_info();
 
-  // EnvironmentOwner
-  void property_changed(const std::string& name) override;
-  [[nodiscard]] bool is_abandoned() const override;
+  // Container
+  void notify_change(const std::string& property) override;
+  HWND window() override;
 
   const ModuleLock module_lock_;
   std::atomic<ULONG> references_{1};

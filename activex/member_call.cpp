@@ -21,9 +21,7 @@ BSTR* existing(BSTR* variable) {
 std::string text_of(BSTR value) { return windows::utf8_from_utf16(windows::view_of(value)); }
 
 LocalArgument::LocalArgument(TextVariable argument)
-    : variable_(existing(argument.variable)),
-      value_(text_of(*variable_)),
-      original_(value_) {}
+    : variable_(existing(argument.variable)), value_(text_of(*variable_)), original_(value_) {}
 
 LocalArgument::LocalArgument(BytesVariable argument)
     : variable_(existing(argument.variable)),
@@ -40,9 +38,8 @@ LocalArgument::LocalArgument(BytesOfVariant argument) {
 
 void LocalArgument::write_back() {
   if (variable_ == nullptr || value_ == original_) return;
-  BSTR changed =
-      windows::new_bstr(is_text_ ? windows::utf16_from_utf8(value_)
-                                 : windows::CodePage::ansi().text_from_bytes(value_));
+  BSTR changed = windows::new_bstr(is_text_ ? windows::utf16_from_utf8(value_)
+                                            : windows::CodePage::ansi().text_from_bytes(value_));
   SysFreeString(*variable_);
   *variable_ = changed;
 }

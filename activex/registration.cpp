@@ -12,8 +12,7 @@ namespace {
 
 constexpr bool kIs64Bit = sizeof(void*) == 8;
 constexpr wchar_t kClasses[] = L"Software\\Classes\\";
-constexpr wchar_t kOwnSystem[] = kIs64Bit ? L"win64" : L"win32";
-constexpr wchar_t kOtherSystem[] = kIs64Bit ? L"win32" : L"win64";
+constexpr const wchar_t* kOwnSystem = kIs64Bit ? L"win64" : L"win32";
 
 // The marshallers of OLE Automation, which work from the type library.
 constexpr wchar_t kDualMarshaller[] = L"{00020424-0000-0000-C000-000000000046}";
@@ -43,9 +42,7 @@ std::wstring library_id() {
 std::wstring class_path() { return kClasses + (L"CLSID\\" + text_of(__uuidof(::PlexumLink))); }
 std::wstring library_path() { return kClasses + (L"TypeLib\\" + library_id()); }
 std::wstring language_path() { return library_path() + L"\\" + kTypeLibraryVersion + L"\\0"; }
-std::wstring interface_path(const GUID& iid) {
-  return kClasses + (L"Interface\\" + text_of(iid));
-}
+std::wstring interface_path(const GUID& iid) { return kClasses + (L"Interface\\" + text_of(iid)); }
 
 void set(HKEY root, const std::wstring& path, const std::wstring& value,
          const wchar_t* name = nullptr) {

@@ -26,14 +26,6 @@ RegistryKey::~RegistryKey() {
   if (key_ != nullptr) RegCloseKey(key_);
 }
 
-bool RegistryKey::has_children() const noexcept {
-  DWORD count = 0;
-  return is_open() &&
-         RegQueryInfoKeyW(key_, nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr,
-                          nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
-         count > 0;
-}
-
 void RegistryKey::set(const wchar_t* name, const std::wstring& value) {
   check_system(RegSetValueExW(key_, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
                               static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))));

@@ -23,8 +23,6 @@ class RegistryKey {
   RegistryKey& operator=(const RegistryKey&) = delete;
 
   [[nodiscard]] bool is_open() const noexcept { return key_ != nullptr; }
-  // Whether the key has keys below it; not open is no.
-  [[nodiscard]] bool has_children() const noexcept;
 
   // Sets a text value; a null name is the key's default value.
   void set(const wchar_t* name, const std::wstring& value);
