@@ -58,46 +58,60 @@ HRESULT LinkObject::ag_ReadB(BSTR* DBNr, BSTR* anzby, BSTR* startad_w, BSTR* Dat
              text(Spsarts));
 }
 
-HRESULT LinkObject::pg_plcstop(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_plcstop(VARIANT* result) { return run(result, &Core::pg_plcstop); }
 
-HRESULT LinkObject::pg_plcstart(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_plcstart(VARIANT* result) { return run(result, &Core::pg_plcstart); }
 
-HRESULT LinkObject::pg_plcErase(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_plcErase(VARIANT* result) { return run(result, &Core::pg_plcErase); }
 
-HRESULT LinkObject::pg_Ramtorom(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_Ramtorom(VARIANT* result) { return run(result, &Core::pg_Ramtorom); }
 
-HRESULT LinkObject::pg_plccompress(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_plccompress(VARIANT* result) { return run(result, &Core::pg_plccompress); }
 
-HRESULT LinkObject::pg_plcRunMode(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_plcRunMode(VARIANT* result) { return run(result, &Core::pg_plcRunMode); }
 
-HRESULT LinkObject::pg_ReadBlock(BSTR*, BSTR*, VARIANT* result) { return not_built(result); }
-
-HRESULT LinkObject::pg_WriteBlock(BSTR*, VARIANT* result) { return not_built(result); }
-
-HRESULT LinkObject::pg_ListBlock(BSTR*, VARIANT* result) { return not_built(result); }
-
-HRESULT LinkObject::ag_WriteX(BSTR*, BSTR*, BSTR*, BSTR*, BSTR*, VARIANT_BOOL* result) {
-  return not_built(result);
+HRESULT LinkObject::pg_ReadBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) {
+  return run(result, &Core::pg_ReadBlock, text(Blocktype), bytes(Blocknr));
 }
 
-HRESULT LinkObject::ag_WriteB(BSTR*, BSTR*, BSTR*, BSTR*, VARIANT* result) {
-  return not_built(result);
+HRESULT LinkObject::pg_WriteBlock(BSTR* MCS7Code, VARIANT* result) {
+  return run(result, &Core::pg_WriteBlock, bytes(MCS7Code));
 }
 
-HRESULT LinkObject::ag_WriteMB(BSTR*, BSTR*, BSTR*, BSTR*, VARIANT* result) {
-  return not_built(result);
+HRESULT LinkObject::pg_ListBlock(BSTR* Blocktype, VARIANT* result) {
+  return run(result, &Core::pg_ListBlock, text(Blocktype));
 }
 
-HRESULT LinkObject::ag_WriteF(BSTR*, BSTR*, BSTR*, BSTR*, VARIANT_BOOL* result) {
-  return not_built(result);
+HRESULT LinkObject::ag_WriteX(BSTR* db, BSTR* startad, BSTR* wert, BSTR* Spsarts, BSTR* bitadd,
+                              VARIANT_BOOL* result) {
+  return run(result, &Core::ag_WriteX, text(db), text(startad), text(wert), text(Spsarts),
+             text(bitadd));
 }
 
-HRESULT LinkObject::ag_WriteD(BSTR*, BSTR*, BSTR*, BSTR*, VARIANT_BOOL* result) {
-  return not_built(result);
+HRESULT LinkObject::ag_WriteB(BSTR* db, BSTR* startad_w, BSTR* wert, BSTR* Spsarts,
+                              VARIANT* result) {
+  return run(result, &Core::ag_WriteB, text(db), text(startad_w), bytes(wert), text(Spsarts));
 }
 
-HRESULT LinkObject::ag_WriteW(BSTR*, BSTR*, BSTR*, BSTR*, VARIANT_BOOL* result) {
-  return not_built(result);
+HRESULT LinkObject::ag_WriteMB(BSTR* db, BSTR* startad, BSTR* wertBytesstring, BSTR* Spsarts,
+                               VARIANT* result) {
+  return run(result, &Core::ag_WriteMB, text(db), text(startad), bytes(wertBytesstring),
+             text(Spsarts));
+}
+
+HRESULT LinkObject::ag_WriteF(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                              VARIANT_BOOL* result) {
+  return run(result, &Core::ag_WriteF, text(DBNr), text(startad), text(wert), text(Spsarts));
+}
+
+HRESULT LinkObject::ag_WriteD(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                              VARIANT_BOOL* result) {
+  return run(result, &Core::ag_WriteD, text(DBNr), text(startad), text(wert), text(Spsarts));
+}
+
+HRESULT LinkObject::ag_WriteW(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
+                              VARIANT_BOOL* result) {
+  return run(result, &Core::ag_WriteW, text(DBNr), text(startad), text(wert), text(Spsarts));
 }
 
 HRESULT LinkObject::ag_ini(BSTR* TCPIPRemote, BSTR* PortRemote, BSTR* TsapE, BSTR* TsapF,
@@ -105,10 +119,12 @@ HRESULT LinkObject::ag_ini(BSTR* TCPIPRemote, BSTR* PortRemote, BSTR* TsapE, BST
   return run(result, &Core::ag_ini, text(TCPIPRemote), text(PortRemote), text(TsapE), text(TsapF));
 }
 
-HRESULT LinkObject::pg_ReadClock(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_ReadClock(VARIANT* result) { return run(result, &Core::pg_ReadClock); }
 
-HRESULT LinkObject::pg_SetClock(BSTR*, BSTR*, BSTR*, BSTR*, BSTR*, BSTR*, BSTR*, VARIANT* result) {
-  return not_built(result);
+HRESULT LinkObject::pg_SetClock(BSTR* strYear, BSTR* strMonth, BSTR* strDay, BSTR* strHour,
+                                BSTR* strMinute, BSTR* strSecond, BSTR* strMsec, VARIANT* result) {
+  return run(result, &Core::pg_SetClock, text(strYear), text(strMonth), text(strDay), text(strHour),
+             text(strMinute), text(strSecond), text(strMsec));
 }
 
 HRESULT LinkObject::wordtobeyt(BSTR* wert, BSTR* result) {
@@ -137,7 +153,9 @@ HRESULT LinkObject::xor_str(VARIANT* strlan, LONG* result) {
 
 HRESULT LinkObject::ag_exit(VARIANT_BOOL* result) { return run(result, &Core::ag_exit); }
 
-HRESULT LinkObject::pg_DelBlock(BSTR*, BSTR*, VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_DelBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) {
+  return run(result, &Core::pg_DelBlock, text(Blocktype), bytes(Blocknr));
+}
 
 // -- properties
 
@@ -173,6 +191,6 @@ HRESULT LinkObject::put_Tzeit(LONG value) {
   return run([&] { link_.Tzeit(value); });
 }
 
-HRESULT LinkObject::pg_SZL(VARIANT* result) { return not_built(result); }
+HRESULT LinkObject::pg_SZL(VARIANT* result) { return run(result, &Core::pg_SZL); }
 
 }  // namespace plexum::activex

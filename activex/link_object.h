@@ -149,14 +149,6 @@ class LinkObject final : public _PlexumLink,
     return run([&] { call_member(result, link_, member, arguments...); });
   }
 
-  // A member that the core doesn't have yet.
-  template <typename Result>
-  static HRESULT not_built(Result* result) noexcept {
-    if (result == nullptr) return E_POINTER;
-    clear_result(result);
-    return E_NOTIMPL;
-  }
-
   void* find_interface(REFIID iid) noexcept;
   // The description of the dispatch interface.
   ITypeInfo* type_info();
