@@ -24,20 +24,24 @@ Writer& put_real(Writer& writer, float value) {
 
 }  // namespace
 
-Memory::Memory() { clear(); }
-
-void Memory::clear() {
-  data_blocks_.clear();
-  areas_ = {{Area::kInputs, Bytes(2048)},     {Area::kOutputs, Bytes(2048)},
-            {Area::kPeripheral, Bytes(2048)}, {Area::kFlags, Bytes(2048)},
-            {Area::kLocalData, Bytes(1024)},  {Area::kTimers, Bytes(512)},
-            {Area::kCounters, Bytes(512)}};
+Memory::Memory()
+    : areas_{{Area::kInputs, Bytes(2048)},     {Area::kOutputs, Bytes(2048)},
+             {Area::kPeripheral, Bytes(2048)}, {Area::kFlags, Bytes(2048)},
+             {Area::kLocalData, Bytes(1024)},  {Area::kTimers, Bytes(512)},
+             {Area::kCounters, Bytes(512)}} {
   for (unsigned bit = 0; bit < 8; ++bit) {
     areas_[Area::kInputs][bit] = static_cast<std::uint8_t>(1u << bit);
   }
   for (unsigned i = 0; i < kSampleValues; ++i) {
     put_word(areas_[Area::kTimers], i, kOneSecondBase | bcd(10 * i));
     put_word(areas_[Area::kCounters], i, bcd(11 * i));
+  }
+}
+
+void Memory::clear() {
+  data_blocks_.clear();
+  for (auto& [area, bytes] : areas_) {
+    if (area != Area::kInputs) std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
   }
 }
 

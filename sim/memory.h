@@ -48,7 +48,7 @@ class Memory {
   std::map<std::uint16_t, Bytes>& data_blocks() { return data_blocks_; }
   const std::map<std::uint16_t, Bytes>& data_blocks() const { return data_blocks_; }
 
-  // All areas as at first, all data blocks gone.
+  // Zeros all areas but the inputs, which come from outside, and removes the data blocks.
   void clear();
 
  private:

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/clock.h"
 #include "sim/faults.h"
 
 namespace plexum::sim {
@@ -24,6 +25,9 @@ struct Options {
   static constexpr std::uint16_t kSmallestPdu = 64;
   static constexpr std::uint16_t kLargestPdu = 8192;
 
+  // Connections at once; one more is closed as soon as it is accepted.
+  static constexpr std::size_t kMostConnections = 64;
+
   std::string listen = "127.0.0.1";        // an address, IPv4 or IPv6
   std::uint16_t port = 102;                // 0 asks the system for a free one
   std::uint16_t pdu = 240;                 // granted to clients that ask for as much, in bytes
@@ -32,6 +36,7 @@ struct Options {
   // From the acknowledgement of a download request to the PLC's own first job.
   std::chrono::milliseconds download_pause{20};
   std::vector<Fault> faults;
+  Clock::Now now = Clock::system_now;  // what makes the PLC's clock run
 };
 
 }  // namespace plexum::sim

@@ -3,11 +3,16 @@
 #include <cstdint>
 #include <mutex>
 
+#include "sim/block_store.h"
+#include "sim/clock.h"
 #include "sim/faults.h"
 #include "sim/memory.h"
 #include "sim/options.h"
 
 namespace plexum::sim {
+
+// As the state list of the mode tells it.
+enum class Mode : std::uint8_t { kStop = 4, kRun = 8 };
 
 // What all connections of one simulated PLC share. Whoever uses it from more than one thread holds
 // its lock; a session expects that its caller does.
@@ -17,7 +22,13 @@ struct Plc {
   std::mutex lock;
   const Options options;
   Memory memory;
+  BlockStore blocks{memory};
+  Mode mode = Mode::kRun;
+  Clock clock;
   Faults faults;
+  unsigned copies_to_rom = 0;  // times that RAM was copied to ROM
+  unsigned compressions = 0;
+  std::uint8_t last_transfer = 0;  // the data unit reference of the last answer in several parts
 };
 
 }  // namespace plexum::sim

@@ -124,7 +124,7 @@ void Server::accept_connections() {
       });
       return;
     }
-    if (connections_.size() >= kMostConnections) {
+    if (connections_.size() >= Options::kMostConnections) {
       ::close(descriptor);
       continue;
     }

@@ -17,8 +17,6 @@ namespace plexum::sim {
 // loop's thread; the PLC's lock is held while a session works.
 class Server {
  public:
-  static constexpr std::size_t kMostConnections = 64;
-
   // Listens as the PLC's options say. Throws std::system_error when it can't.
   Server(posix::EventLoop& loop, Plc& plc);
   ~Server();

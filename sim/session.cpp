@@ -3,12 +3,19 @@
 #include <algorithm>
 #include <utility>
 
+#include "sim/services.h"
 #include "sim/variables.h"
 
 namespace plexum::sim {
 namespace {
 
 constexpr std::uint16_t kParallelJobs = 3;
+
+// Refuses whatever it is in its own form.
+Message refuse(const Message& message, Error error) {
+  return message.type == MessageType::kUserdata ? Userdata::refuse(message, error)
+                                                : refusal(message, error);
+}
 
 }  // namespace
 
@@ -71,18 +78,25 @@ void Session::handle_message(const Message& message) {
   const bool setup = message.type == MessageType::kJob && !message.parameter.empty() &&
                      message.function() == Function::kSetupCommunication;
   const Fault::Step step = setup ? Fault::Step::kSetup : Fault::Step::kJob;
-  Message reply;
+  const Error scripted = plc_.faults.refuses_next(step);
+  const std::optional<Message> reply =
+      scripted == Error::kNone ? answer(message) : refuse(message, scripted);
+  if (reply) send(step, wrap_message(build_message(*reply)));
+}
+
+std::optional<Message> Session::answer(const Message& message) {
   try {
-    const Error scripted = plc_.faults.refuses_next(step);
-    if (scripted != Error::kNone) throw Refusal{scripted};
-    reply = setup ? answer_setup(message) : answer(message);
+    if (message.type == MessageType::kUserdata) {
+      if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
+      return userdata_.answer(message, pdu_);
+    }
+    return answer_job(message);
   } catch (const Refusal& refused) {
-    reply = refusal(message, refused.error);
+    return refuse(message, refused.error);
   } catch (const Malformed&) {
     // The message is whole; what is in it contradicts itself.
-    reply = refusal(message, Error::kWrongFrame);
+    return refusal(message, Error::kWrongFrame);
   }
-  send(step, wrap_message(build_message(reply)));
 }
 
 Message Session::answer_setup(const Message& job) {
@@ -103,15 +117,20 @@ Message Session::answer_setup(const Message& job) {
                            .take());
 }
 
-Message Session::answer(const Message& job) {
+Message Session::answer_job(const Message& job) {
+  const Function function = job.function();
+  if (function == Function::kSetupCommunication) return answer_setup(job);
   if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
   if (job.size() > pdu_) throw Refusal{Error::kWrongFrame};
-  if (job.type != MessageType::kJob) throw Refusal{Error::kUnknownService};
-  switch (job.function()) {
+  switch (function) {
     case Function::kReadVariable:
       return read_variables(plc_.memory, job, pdu_);
     case Function::kWriteVariable:
       return write_variables(plc_.memory, job, plc_.options.write_protected);
+    case Function::kProgramInvocation:
+      return invoke_program(plc_, job);
+    case Function::kStop:
+      return stop_program(plc_, job);
     default:
       throw Refusal{Error::kUnknownService};
   }

@@ -4,6 +4,7 @@
 
 #include "sim/framing.h"
 #include "sim/plc.h"
+#include "sim/userdata.h"
 
 namespace plexum::sim {
 
@@ -11,7 +12,7 @@ namespace plexum::sim {
 // that ends the connection it is over, and gives nothing more.
 class Session {
  public:
-  explicit Session(Plc& plc) : plc_(plc) {}
+  explicit Session(Plc& plc) : plc_(plc), userdata_(plc) {}
 
   // The connection was accepted. Only a fault answers that.
   Outputs accepted();
@@ -25,13 +26,15 @@ class Session {
   void handle(const TransportUnit& unit);
   void connect(const TransportUnit& unit);
   void handle_message(const Message& message);
-  Message answer(const Message& job);
+  std::optional<Message> answer(const Message& message);
+  Message answer_job(const Message& job);
   Message answer_setup(const Message& job);
   void send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay = {});
 
   Plc& plc_;
   State state_ = State::kNew;
   Framing framing_;
+  Userdata userdata_;
   std::size_t pdu_ = 0;  // as granted, in bytes
   Outputs outputs_;
 };

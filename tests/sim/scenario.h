@@ -61,6 +61,12 @@ struct Conversation {
         build_message({MessageType::kJob, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
   }
 
+  // The same for userdata.
+  std::string userdata(std::string_view parameter, std::string_view data) {
+    return content(session.receive(wrap_message(
+        build_message({MessageType::kUserdata, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
+  }
+
   static std::string content(const Outputs& outputs) {
     if (outputs.size() != 1) return text(outputs);
     constexpr std::size_t kFrame = 7;

@@ -90,7 +90,7 @@ TEST(Server, ServesAClientThatSendsByteByByte) {
 TEST(Server, ServesManyClientsAndTurnsTheNextAway) {
   SimulatedPlc plc(on_free_port());
   std::vector<std::unique_ptr<Client>> clients;
-  for (std::size_t i = 0; i < Server::kMostConnections; ++i) {
+  for (std::size_t i = 0; i < Options::kMostConnections; ++i) {
     clients.push_back(std::make_unique<Client>(plc.port()));
     clients.back()->set_up();
   }
@@ -167,7 +167,7 @@ TEST(Server, PlaysItsFaults) {
 TEST(Server, LivesThroughClientsThatVanish) {
   SimulatedPlc plc(on_free_port());
   plc.add_fault("late=10");
-  for (int i = 0; i < 2 * static_cast<int>(Server::kMostConnections); ++i) {
+  for (int i = 0; i < 2 * static_cast<int>(Options::kMostConnections); ++i) {
     Client client(plc.port());
     client.set_up();
     client.send(hex(kRead));

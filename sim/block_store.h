@@ -1,0 +1,48 @@
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "sim/block_image.h"
+#include "sim/memory.h"
+
+namespace plexum::sim {
+
+// The blocks of the PLC: a small program (OB 1, which calls FC 1 and FC 2; FB 1), a few system
+// data blocks, the CPU's own system functions, and the data blocks.
+//
+// A data block's values are those of the memory: its image carries the actual values, whoever
+// wrote them, and a data block that appears in the memory by other ways has an image too.
+class BlockStore {
+ public:
+  explicit BlockStore(Memory& memory);
+
+  struct Entry {
+    std::uint16_t number;
+    std::uint8_t flags;
+    std::uint8_t language;
+  };
+
+  // The blocks of a type by number.
+  std::vector<Entry> list(BlockType type) const;
+
+  // Throws Refusal with Error::kNoSuchBlock, or Error::kBlockLocked for the CPU's own blocks.
+  Bytes image(const BlockId& id) const;
+
+  // Puts the block into use, instead of one of its type and number. Throws Refusal.
+  void insert(Bytes image);
+
+  // Throws Refusal as image() does.
+  void remove(const BlockId& id);
+
+  // Removes the user's program and data.
+  void clear();
+
+ private:
+  bool is_built_in(const BlockId& id) const;
+
+  Memory& memory_;
+  std::map<BlockId, Bytes> images_;
+};
+
+}  // namespace plexum::sim

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "sim/message.h"
+
+namespace plexum::sim {
+
+struct Plc;
+
+// The program-invocation job: a service by its name, with its arguments.
+//   P_PROGRAM   run: a restart without an argument, a cold restart with "C "
+//   _MODU       "EP": copy RAM to ROM
+//   _GARB       compress the memory
+//   _DELE       delete blocks
+// Throws Refusal for what isn't known or not allowed.
+Message invoke_program(Plc& plc, const Message& job);
+
+// The stop job.
+Message stop_program(Plc& plc, const Message& job);
+
+// Clears what the user has put into the PLC: data blocks, program and all areas. The PLC must not
+// be protected; it stops.
+void erase(Plc& plc);
+
+}  // namespace plexum::sim
