@@ -1,4 +1,8 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <chrono>
@@ -7,10 +11,12 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "control/runtime_error.h"
 #include "platform/posix/event_loop.h"
+#include "platform/posix/interposed.h"
 #include "platform/posix/peer.h"
 #include "platform/posix/run_loop.h"
 #include "platform/posix/tcp_client.h"
@@ -63,6 +69,35 @@ TEST_F(TcpClientConnectTest, ConnectsByIpv6) {
   Listener listener(AF_INET6);
   if (!listener.listening()) GTEST_SKIP() << "this machine has no IPv6";
   EXPECT_EQ(outcome("::1", listener.port()), kTcpConnected);
+}
+
+TEST_F(TcpClientConnectTest, TriesEachAddressOfAName) {
+  Listener listener;  // at the last one
+  EXPECT_EQ(outcome("many.invalid", listener.port()), kTcpConnected);
+  listener.close();
+  EXPECT_EQ(outcome("many.invalid", listener.port()), kTcpError);
+}
+
+TEST_F(TcpClientConnectTest, NeverConnectsToItself) {
+  const test::OwnPorts own_ports;
+  for (const auto& [family, host] : {std::pair(AF_INET, "127.0.0.1"), std::pair(AF_INET6, "::1")}) {
+    Listener gone(family);
+    gone.close();
+    if (!gone.listening()) continue;
+    EXPECT_EQ(outcome(host, gone.port()), kTcpError) << host;
+  }
+}
+
+TEST_F(TcpClientConnectTest, ItsSocketNeitherDelaysNorBlocksNorIsInherited) {
+  Listener listener;
+  EXPECT_EQ(outcome("127.0.0.1", listener.port()), kTcpConnected);
+  client->SendData("x");
+  int no_delay = 0;
+  socklen_t size = sizeof no_delay;
+  ::getsockopt(test::last_sender, IPPROTO_TCP, TCP_NODELAY, &no_delay, &size);
+  EXPECT_NE(no_delay, 0);
+  EXPECT_NE(::fcntl(test::last_sender, F_GETFL) & O_NONBLOCK, 0);
+  EXPECT_NE(::fcntl(test::last_sender, F_GETFD) & FD_CLOEXEC, 0);
 }
 
 TEST_F(TcpClientConnectTest, ALiteralNeedsNoLoop) {
@@ -134,51 +169,81 @@ TEST_F(TcpClientConnectTest, AnUnansweredRequestStaysConnectingUntilClose) {
   EXPECT_EQ(client->State(), kTcpClosed);
 }
 
-TEST_F(TcpClientConnectTest, ALookUpThatIsNoLongerWantedChangesNothing) {
-  connect("localhost", 1);
+class TcpClientLookUpTest : public TcpClientConnectTest {
+ protected:
+  // Connects to a name whose look-up hangs until `names` goes.
+  void look_up() {
+    connect("slow.invalid", 102);
+    EXPECT_TRUE(test::run_until(loop, [] { return test::SlowNames::hanging() > 0; }));
+    EXPECT_EQ(client->State(), kTcpResolving);
+  }
+  void run_for_a_while() {
+    for (int i = 0; i < 10; ++i) {
+      loop.wait(std::chrono::milliseconds(1));
+      loop.process();
+    }
+  }
+
+  std::optional<test::SlowNames> names{std::in_place};
+};
+
+TEST_F(TcpClientLookUpTest, EndsInItsState) {
+  look_up();
+  run_for_a_while();
   EXPECT_EQ(client->State(), kTcpResolving);
+  names.reset();
+  EXPECT_TRUE(comes_to(kTcpError));
+}
+
+TEST_F(TcpClientLookUpTest, ThatIsNoLongerWantedChangesNothing) {
+  look_up();
   client->Close();
   EXPECT_EQ(client->State(), kTcpClosed);
   Listener listener;
-  connect("localhost", listener.port());  // its own answer, not the first one's
-  EXPECT_TRUE(comes_to(kTcpConnected));
-  loop.process();
+  EXPECT_EQ(outcome("localhost", listener.port()), kTcpConnected);
+  names.reset();
+  run_for_a_while();
   EXPECT_EQ(client->State(), kTcpConnected);
 }
 
-TEST_F(TcpClientConnectTest, TheClientMayGoWhileItsNameIsLookedUp) {
-  connect("localhost", 1);
+TEST_F(TcpClientLookUpTest, MayOutlastTheClient) {
+  look_up();
   client.reset();
-  for (int i = 0; i < 10; ++i) {
-    loop.wait(std::chrono::milliseconds(1));
-    loop.process();
-  }
+  names.reset();
+  run_for_a_while();
 }
 
-TEST_F(TcpClientConnectTest, TheLoopMayGoWhileANameIsLookedUp) {
-  for (int i = 0; i < 20; ++i) {
-    auto short_lived = std::make_unique<EventLoop>();
+TEST_F(TcpClientLookUpTest, MayOutlastTheLoop) {
+  auto short_lived = std::make_unique<EventLoop>();
+  {
     PosixTcpClient other(*short_lived);
-    other.RemoteHost(i % 2 == 0 ? "localhost" : "name.invalid");
+    other.RemoteHost("slow.invalid");
     other.Connect();
-    other.Close();
-    // `other` never touches its loop again, so it may go after it.
-    short_lived.reset();
+    EXPECT_TRUE(test::run_until(loop, [] { return test::SlowNames::hanging() > 0; }));
   }
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // for the last threads to post
+  short_lived.reset();
+  names.reset();
+  run_for_a_while();
 }
 
-TEST_F(TcpClientConnectTest, ManyLookUpsAreBoundedAndAllEnd) {
+TEST_F(TcpClientLookUpTest, IsBoundedInNumber) {
   std::vector<std::unique_ptr<PosixTcpClient>> clients;
-  for (int i = 0; i < 60; ++i) {
+  for (int i = 0; i < 100; ++i) {
     clients.push_back(std::make_unique<PosixTcpClient>(loop));
-    clients.back()->RemoteHost("name.invalid");
+    clients.back()->RemoteHost("slow.invalid");
     clients.back()->Connect();
   }
+  run_for_a_while();
+  EXPECT_LE(test::SlowNames::hanging(), 50);
+  EXPECT_EQ(clients.front()->State(), kTcpResolving);
+  EXPECT_EQ(clients.back()->State(), kTcpError);
+  names.reset();
   EXPECT_TRUE(test::run_until(loop, [&] {
     return std::all_of(clients.begin(), clients.end(),
                        [](const auto& c) { return c->State() == kTcpError; });
   }));
+  names.emplace();
+  look_up();  // there is room again
 }
 
 std::int32_t error_of(const std::function<void()>& call) {
