@@ -122,8 +122,6 @@ void PosixTcpClient::Connect() {
 
 void PosixTcpClient::SendData(const std::string& bytes) {
   if (State() != kTcpConnected) throw RuntimeError(kTcpWrongState);
-  // The connection broke behind bytes that were not taken yet; once they are, State tells.
-  if (send_failed_ || state_ == kTcpError) return;
   if (bytes.size() > kOutboundLimit - unsent()) {
     throw RuntimeError(kNoBufferSpace, "No buffer space is available");
   }

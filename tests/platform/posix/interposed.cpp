@@ -38,6 +38,7 @@ StandingClock::StandingClock() {
   clock_stands = true;
 }
 StandingClock::~StandingClock() { clock_stands = false; }
+void StandingClock::advance(std::chrono::milliseconds time) { standing_time += time; }
 
 SlowNames::SlowNames() {
   const std::scoped_lock lock(mutex);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <map>
-#include <string>
+#include <chrono>
 
 // The linker leads calls of this test program to the system through functions of its own, which
 // count them, answer names without a name server, and can let the steady clock stand.
@@ -34,6 +33,8 @@ class StandingClock {
   StandingClock(const StandingClock&) = delete;
   StandingClock& operator=(const StandingClock&) = delete;
   ~StandingClock();
+
+  void advance(std::chrono::milliseconds time);
 };
 
 // Host names but for localhost have no address, with two exceptions: "many.invalid" has 0.0.0.0,

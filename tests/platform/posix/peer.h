@@ -1,9 +1,10 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <fcntl.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -55,7 +56,11 @@ class Peer {
     close();
   }
 
-  [[nodiscard]] int descriptor() const { return descriptor_.get(); }
+  // Whether all that was sent lies in the other side's buffers.
+  [[nodiscard]] bool has_delivered() const {
+    int pending = 0;
+    return ::ioctl(descriptor_.get(), SIOCOUTQ, &pending) == 0 && pending == 0;
+  }
 
  private:
   Descriptor descriptor_;
@@ -79,6 +84,8 @@ class Listener {
       in.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
       std::memcpy(&address, &in, length = sizeof in);
     }
+    const int small_buffer = 64 * 1024;  // so that a large transfer takes many steps
+    ::setsockopt(descriptor_.get(), SOL_SOCKET, SO_RCVBUF, &small_buffer, sizeof small_buffer);
     auto* generic = reinterpret_cast<sockaddr*>(&address);
     listening_ = ::bind(descriptor_.get(), generic, length) == 0 &&
                  ::listen(descriptor_.get(), backlog) == 0 &&

@@ -43,7 +43,7 @@ class SystemCallsTest : public testing::Test {
 // answer.
 TEST_F(SystemCallsTest, AJobCostsFour) {
   test::Peer peer = listener.accept();
-  const StandingClock clock;
+  StandingClock clock;
   for (int round = 0; round < 5; ++round) {
     system_calls = {};
     ASSERT_EQ(client.State(), kTcpConnected);
@@ -52,6 +52,7 @@ TEST_F(SystemCallsTest, AJobCostsFour) {
     ASSERT_EQ(client.BytesReceived(), 0);
     ASSERT_EQ(peer.receive(7), "request");
     peer.send("answer");
+    clock.advance(std::chrono::milliseconds(5));  // in the wait
     loop.wait(std::chrono::seconds(10));
     loop.process();
     ASSERT_EQ(client.BytesReceived(), 6);
@@ -64,7 +65,7 @@ TEST_F(SystemCallsTest, AJobCostsFour) {
 // The same when the wait took its full time, after which a host processes no messages.
 TEST_F(SystemCallsTest, TheAnswerIsTakenOnceWithOrWithoutProcessing) {
   test::Peer peer = listener.accept();
-  const StandingClock clock;
+  StandingClock clock;
   client.State();
   peer.send("answer");
   loop.wait(std::chrono::seconds(10));
@@ -76,14 +77,26 @@ TEST_F(SystemCallsTest, TheAnswerIsTakenOnceWithOrWithoutProcessing) {
 
 TEST_F(SystemCallsTest, AnEmptySliceCostsItsWaitAlone) {
   test::Peer peer = listener.accept();
-  const StandingClock clock;
+  StandingClock clock;
   client.State();
   for (int slice = 0; slice < 5; ++slice) {
     system_calls = {};
+    clock.advance(std::chrono::milliseconds(2));
     loop.wait(std::chrono::milliseconds(1));
     EXPECT_EQ(client.BytesReceived(), 0);
     EXPECT_EQ(system_calls, (SystemCalls{.polls = 1}));
   }
+}
+
+// A host that asks again and again without its loop asks the system once a millisecond.
+TEST_F(SystemCallsTest, KnowledgeLastsAMillisecond) {
+  test::Peer peer = listener.accept();
+  StandingClock clock;
+  client.State();
+  peer.send("answer");
+  EXPECT_EQ(client.BytesReceived(), 0);
+  clock.advance(std::chrono::milliseconds(1));
+  EXPECT_EQ(client.BytesReceived(), 6);
 }
 
 TEST_F(SystemCallsTest, ProcessingWhatAWaitRememberedAsksNothing) {

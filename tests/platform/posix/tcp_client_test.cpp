@@ -8,10 +8,10 @@
 #include <functional>
 #include <string>
 #include <thread>
-#include <utility>
 
 #include "control/runtime_error.h"
 #include "platform/posix/event_loop.h"
+#include "platform/posix/interposed.h"
 #include "platform/posix/peer.h"
 #include "platform/posix/run_loop.h"
 
@@ -21,6 +21,8 @@ namespace {
 using std::chrono::milliseconds;
 using test::Listener;
 using test::Peer;
+
+constexpr auto kLimit = static_cast<std::int32_t>(PosixTcpClient::kInboundLimit);
 
 // A client and its peer, connected.
 class TcpClientTest : public testing::Test {
@@ -87,6 +89,7 @@ TEST_F(TcpClientTest, PiecesAddUp) {
 }
 
 TEST_F(TcpClientTest, TellsTheTruthWithoutALoop) {
+  EXPECT_EQ(client.BytesReceived(), 0);
   peer.send("abc");
   EXPECT_TRUE(asked_until([&] { return client.BytesReceived() == 3; }));
   EXPECT_EQ(client.GetData(), "abc");
@@ -223,6 +226,8 @@ TEST_F(TcpClientTest, QueuesForASlowReaderUpToALimit) {
   reader.join();
   EXPECT_TRUE(received == sent);
   EXPECT_EQ(early_waits(), 0) << "an empty queue must not wake the loop";
+  client.Close();
+  EXPECT_EQ(peer.receive(1), "") << "nothing but what was to be sent";
 }
 
 TEST_F(TcpClientTest, HoldsAtMostTheLimitOfUntakenBytes) {
@@ -231,7 +236,6 @@ TEST_F(TcpClientTest, HoldsAtMostTheLimitOfUntakenBytes) {
     peer.send(sent);
     peer.close();
   });
-  constexpr auto kLimit = static_cast<std::int32_t>(PosixTcpClient::kInboundLimit);
   EXPECT_TRUE(until([&] { return client.BytesReceived() == kLimit; }));
   EXPECT_EQ(early_waits(), 0);
   EXPECT_EQ(client.BytesReceived(), kLimit);
@@ -261,8 +265,14 @@ TEST_F(TcpClientTest, CloseForgetsEverythingAndThePeerSeesIt) {
 
 TEST_F(TcpClientTest, CloseDropsWhatIsQueued) {
   client.SendData(std::string(PosixTcpClient::kOutboundLimit, 'q'));
+  std::thread reader([&] { peer.receive(5 << 20); });
+  for (int i = 0; i < 10; ++i) {
+    loop.wait(milliseconds(5));
+    loop.process();
+  }
   client.Close();
-  Peer old = std::exchange(peer, connect());
+  reader.join();
+  peer = connect();
   client.SendData("first");
   EXPECT_EQ(peer.receive(5), "first");
 }
@@ -293,12 +303,43 @@ TEST_F(TcpClientTest, NoSignalReachesTheHost) {
   struct sigaction before {};
   action.sa_handler = [](int) { signals = signals + 1; };
   ASSERT_EQ(::sigaction(SIGPIPE, &action, &before), 0);
-  peer.send("x");  // keeps the state at connected behind the reset
-  peer.reset();
+  peer.send("x");  // keeps the state at connected
+  peer.close();
   ASSERT_TRUE(until([&] { return client.BytesReceived() == 1; }));
   for (int i = 0; i < 3; ++i) client.SendData("telegram");
   ::sigaction(SIGPIPE, &before, nullptr);
   EXPECT_EQ(signals, 0);
+
+  // Nor does the failed sending reach the next connection.
+  client.Close();
+  peer = connect();
+  peer.close();
+  EXPECT_TRUE(until([&] { return client.State() == kTcpPeerClosing; }));
+}
+
+// The client learns of the reset by sending, before it has seen what came ahead of it.
+TEST_F(TcpClientTest, AFailedSendLosesNothingThatArrived) {
+  const test::StandingClock clock;
+  EXPECT_EQ(client.BytesReceived(), 0);
+  peer.send("last words");
+  peer.reset();
+  client.SendData("telegram");
+  EXPECT_EQ(client.State(), kTcpConnected);
+  EXPECT_EQ(client.GetData(), "last words");
+  EXPECT_EQ(client.State(), kTcpError);
+}
+
+TEST_F(TcpClientTest, AFailedSendOfAFullClientLosesNothingEither) {
+  const std::string sent(PosixTcpClient::kInboundLimit + 10, 'i');
+  std::thread sender([&] { peer.send(sent); });
+  EXPECT_TRUE(until([&] { return client.BytesReceived() == kLimit; }));
+  sender.join();
+  EXPECT_TRUE(asked_until([&] { return peer.has_delivered(); }));
+  peer.reset();
+  client.SendData("telegram");
+  EXPECT_EQ(client.GetData().size(), PosixTcpClient::kInboundLimit);
+  EXPECT_EQ(client.GetData().size(), 10u);
+  EXPECT_EQ(client.State(), kTcpError);
 }
 
 }  // namespace
