@@ -1,0 +1,177 @@
+#include <functional>
+#include <thread>
+
+#include "activex/control_host.h"
+#include "support/hex.h"
+#include "support/tcp_peer.h"
+
+namespace plexum::test {
+namespace {
+
+// A timer of this thread whose callback runs while the thread's messages are processed.
+class ThreadTimer {
+ public:
+  ThreadTimer(UINT milliseconds, std::function<void()> action)
+      : id_(SetTimer(nullptr, 0, milliseconds, &ThreadTimer::fire)) {
+    action_ = std::move(action);
+  }
+  ~ThreadTimer() {
+    KillTimer(nullptr, id_);
+    action_ = nullptr;
+  }
+  ThreadTimer(const ThreadTimer&) = delete;
+  ThreadTimer& operator=(const ThreadTimer&) = delete;
+
+ private:
+  static void CALLBACK fire(HWND, UINT, UINT_PTR id, DWORD) {
+    KillTimer(nullptr, id);
+    if (action_) action_();
+  }
+
+  static inline std::function<void()> action_;
+  UINT_PTR id_;
+};
+
+// A control whose PLC takes the connection and then says nothing: every job waits for minutes.
+class Lifetime : public ControlTest {
+ protected:
+  Lifetime() { EXPECT_EQ(link_->put_Tzeit(1000000), S_OK); }
+
+  // ag_ini to the silent PLC.
+  HRESULT connect(_PlexumLink* link, VARIANT_BOOL* result) {
+    BstrVariable address(L"127.0.0.1");
+    BstrVariable port(std::to_wstring(peer_.port()).c_str());
+    BstrVariable calling(L"1.0");
+    BstrVariable called(L"3.2");
+    return link->ag_ini(&address, &port, &calling, &called, result);
+  }
+
+  TcpPeer peer_;
+  ComPtr<_PlexumLink> link_ = file().create();
+};
+
+TEST_F(Lifetime, TheLastReleaseEndsAWait) {
+  _PlexumLink* link = link_.Detach();
+  const ThreadTimer timer(50, [link] { link->Release(); });
+  VARIANT_BOOL result = VARIANT_TRUE;
+  EXPECT_EQ(connect(link, &result), E_ABORT);
+  EXPECT_EQ(result, VARIANT_FALSE);
+  EXPECT_TRUE(file().is_unused());
+}
+
+TEST_F(Lifetime, TheLastReleaseEndsALateBoundWait) {
+  _PlexumLink* link = link_.Detach();
+  const ThreadTimer timer(50, [link] { link->Release(); });
+  std::vector<VariantVariable> arguments;
+  for (const std::wstring& text : {std::wstring(L"127.0.0.1"), std::to_wstring(peer_.port()),
+                                   std::wstring(L"1.0"), std::wstring(L"3.2")}) {
+    arguments.push_back(VariantVariable::text(text));
+  }
+  const auto result = invoke(link, L"ag_ini", DISPATCH_METHOD, std::move(arguments));
+  EXPECT_EQ(result.status, DISP_E_EXCEPTION);
+  EXPECT_EQ(result.error, E_ABORT);
+}
+
+TEST_F(Lifetime, AReleaseThatIsNotTheLastLetsTheWaitGoOn) {
+  link_->AddRef();
+  const ThreadTimer timer(50, [this] {
+    link_->Release();
+    link_->put_Tzeit(0);  // takes effect at once
+  });
+  VARIANT_BOOL result = VARIANT_TRUE;
+  EXPECT_EQ(connect(link_.Get(), &result), S_OK);
+  LONG err = 0;
+  EXPECT_EQ(link_->get_err(&err), S_OK);
+  EXPECT_EQ(err, 3);
+}
+
+TEST_F(Lifetime, AHostMayFreeItsArgumentsInAWait) {
+  BstrVariable address(L"127.0.0.1");
+  BstrVariable port(std::to_wstring(peer_.port()).c_str());
+  BstrVariable calling(L"1.0");
+  BstrVariable called(L"3.2");
+  const ThreadTimer timer(50, [&] {
+    for (BSTR* text : {&address, &port, &calling, &called}) {
+      SysFreeString(*text);
+      *text = SysAllocString(L"changed by the host meanwhile, and longer than it was");
+    }
+    link_->put_Tzeit(0);
+  });
+  VARIANT_BOOL result = VARIANT_TRUE;
+  EXPECT_EQ(link_->ag_ini(&address, &port, &calling, &called, &result), S_OK);
+  EXPECT_EQ(address.text(), L"changed by the host meanwhile, and longer than it was");
+}
+
+TEST_F(Lifetime, AHostMayCallInFromAWait) {
+  const ThreadTimer timer(50, [this] {
+    VARIANT_BOOL busy = VARIANT_TRUE;
+    BstrVariable number(L"x");
+    BstrVariable bytes;
+    // An error inside is the inner call's own.
+    EXPECT_EQ(link_->wordtobeyt(&number, &bytes), static_cast<HRESULT>(0x800A000D));
+    EXPECT_EQ(link_->ag_exit(&busy), S_OK);
+    EXPECT_EQ(link_->put_Tzeit(0), S_OK);
+  });
+  VARIANT_BOOL result = VARIANT_TRUE;
+  EXPECT_EQ(connect(link_.Get(), &result), S_OK);
+  EXPECT_EQ(result, VARIANT_FALSE);
+}
+
+TEST_F(Lifetime, QuitIsLeftToTheHost) {
+  const ThreadTimer timer(50, [this] {
+    PostQuitMessage(42);
+    link_->put_Tzeit(0);
+  });
+  VARIANT_BOOL result = VARIANT_TRUE;
+  EXPECT_EQ(connect(link_.Get(), &result), S_OK);
+  MSG message{};
+  EXPECT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 42u);
+}
+
+// A PLC that answers the connection and one read: the whole way from a late-bound call to the
+// wire and back.
+void answer_as_plc(TcpPeer& peer) {
+  peer.accept();
+  peer.receive(22);
+  peer.send(bytes("03 00 00 16 11 D0 00 2E 00 01 00 C0 01 09 C1 02 01 00 C2 02 03 02"));
+  peer.receive(25);
+  peer.send(
+      bytes("03 00 00 1B 02 F0 80 32 03 00 00 FF FF 00 08 00 00 00 00 "
+            "F0 00 00 03 00 03 00 F0"));
+  peer.receive(31);
+  peer.send(
+      bytes("03 00 00 1D 02 F0 80 32 03 00 00 02 00 00 02 00 08 00 00 "
+            "04 01 FF 04 00 20 01 02 80 FF"));
+}
+
+TEST_F(Lifetime, ReadsFromAPlc) {
+  std::thread plc([this] { answer_as_plc(peer_); });
+  VARIANT_BOOL connected = VARIANT_FALSE;
+  EXPECT_EQ(connect(link_.Get(), &connected), S_OK);
+  EXPECT_EQ(connected, VARIANT_TRUE);
+  BstrVariable db(L"10");
+  BstrVariable count(L"4");
+  BstrVariable start(L"0");
+  BstrVariable type(L"W");
+  BstrVariable area(L"D");
+  VariantVariable words;
+  EXPECT_EQ(link_->ag_Read(&db, &count, &start, &type, &area, &words), S_OK);
+  plc.join();
+  ASSERT_EQ(words.type(), VT_ARRAY | VT_R8);
+  SAFEARRAY* array = words.get().parray;
+  LONG lower = 0;
+  LONG upper = 0;
+  SafeArrayGetLBound(array, 1, &lower);
+  SafeArrayGetUBound(array, 1, &upper);
+  EXPECT_EQ(lower, 1);
+  ASSERT_EQ(upper, 2);
+  double value = 0;
+  SafeArrayGetElement(array, &lower, &value);
+  EXPECT_EQ(value, 258);
+  SafeArrayGetElement(array, &upper, &value);
+  EXPECT_EQ(value, 33023);
+}
+
+}  // namespace
+}  // namespace plexum::test
