@@ -97,7 +97,7 @@ Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
     end_transfer_after_timeout();
     return {};
   }
-  std::string reference = bytes_from(take_if_connected(), kPduReference, 2);
+  std::string reference = bytes_from(tcp_client_.GetData(), kPduReference, 2);
   inuse = false;  // for good: the parts go out without it
   status_text_ = "Send/Receive Ready";
   err = 0;
@@ -110,7 +110,7 @@ Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
       end_transfer_after_timeout();
       return {};
     }
-    reference = bytes_from(take_if_connected(), kPduReference, 2);
+    reference = bytes_from(tcp_client_.GetData(), kPduReference, 2);
   }
 
   send_if_connected(to_string(kEndedAnswer).replace(kPduReference, 2, reference));
@@ -121,7 +121,7 @@ Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
     end_transfer_after_timeout();
     return {};
   }
-  const std::string answer = take_if_connected();
+  const std::string answer = tcp_client_.GetData();
   inuse = false;
   err = error_number(answer);
   return {};

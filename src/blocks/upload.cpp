@@ -64,7 +64,7 @@ Value PlexumLink::pg_ReadBlock(const std::string& Blocktype, const std::string& 
       end_transfer_after_timeout();
       return counter > 1 ? Value(image) : Value();
     }
-    if (connected()) answer = tcp_client_.GetData();
+    take_if_connected(answer);
     image += bytes_from(answer, kPart);
   } while (code_at(answer, kStatus) == 1);
 
@@ -74,7 +74,7 @@ Value PlexumLink::pg_ReadBlock(const std::string& Blocktype, const std::string& 
     end_transfer_after_timeout();
     return image;
   }
-  take_if_connected();
+  tcp_client_.GetData();
   inuse = false;
   status_text_ = "Send/Receive Ready";
   err = 0;

@@ -226,10 +226,13 @@ class PlexumLink {
   bool wait_for_bytes(double wanted, WaitLimit limit = {});
   // Everything that has arrived, or nothing while not connected.
   std::string take_if_connected();
-  // The err of a time-out: the error_number of the answer's fragment, or 3.
-  std::int32_t err_of_fragment();
-  // The common ending of a time-out.
-  void end_after_timeout();
+  // The same, but while not connected `answer` stays what it was.
+  void take_if_connected(std::string& answer);
+  // Takes the `fragment` of an answer; the err of the time-out: its error_number, or 3.
+  std::int32_t err_of_fragment(std::string& fragment);
+  // The common ending of a time-out. The fragment that had arrived, for jobs that look at an answer
+  // all the same.
+  std::string end_after_timeout();
   // The ending of a time-out in an upload or download, whose err may be 0.
   void end_transfer_after_timeout();
   // The whole cycle of the services and state lists. The answer, after a time-out usually an empty
@@ -243,8 +246,9 @@ class PlexumLink {
 
   // -- parts of the jobs
 
-  // err from the return code of a write's answer (data/write.cpp).
-  void take_return_code();
+  // Takes a write's answer, in place of what a time-out left, and err from its return code
+  // (data/write.cpp).
+  void take_return_code(std::string answer);
   // True when the service was answered in time; empty when the guard refused (plc/services.cpp).
   Value service(const std::string& telegram, const char* waiting_text, double answer_length);
   // The answer to the PLC's download-block job `reference`, with the part of `image` from `offset`

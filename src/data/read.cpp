@@ -172,7 +172,8 @@ Value PlexumLink::ag_Read(const std::string& DBNr, const std::string& anzby,
   const double count = std::floor(number(anzby));
   if (!wait_for_bytes(count + kReadData)) {
     status_text_ = "Read Exit";
-    err = err_of_fragment();
+    std::string fragment;
+    err = err_of_fragment(fragment);
     drop_connection_state();
     return {};
   }

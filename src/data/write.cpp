@@ -3,6 +3,7 @@
 // have seen it for years.
 
 #include <cmath>
+#include <utility>
 
 #include "control/integers.h"
 #include "control/plexum_link.h"
@@ -48,10 +49,11 @@ constexpr std::int32_t kAccepted = 0xFF;
 
 }  // namespace
 
-void PlexumLink::take_return_code() {
+void PlexumLink::take_return_code(std::string answer) {
   // After a time-out this is a second take. A short or empty answer raises error 5 here, with the
   // err of the time-out in place.
-  const std::int32_t return_code = code_at(take_if_connected(), kReturnCode);
+  take_if_connected(answer);
+  const std::int32_t return_code = code_at(answer, kReturnCode);
   err = return_code == kAccepted ? 0 : return_code;
   status_text_ = "Send/Receive Ready";
   inuse = false;
@@ -69,14 +71,15 @@ bool PlexumLink::ag_WriteX(const std::string& db, std::string& startad, const st
   status_text_ = "Wreit Send Data";
   send_if_connected(to_string(kBitHead) + variable + to_string(kBitItem) + value);
   status_text_ = "Write Wait Data";
+  std::string answer;
   if (!wait_for_bytes(kAnswerLength)) {
     status_text_ = "Read Exit";
-    take_if_connected();  // not looked at: a refusal shows as a time-out here
+    take_if_connected(answer);  // a refusal shows as a time-out here
     err = 3;
     environment_.process_messages();
     drop_connection_state();
   }
-  take_return_code();
+  take_return_code(std::move(answer));
   return err <= 0;
 }
 
@@ -92,8 +95,9 @@ Value PlexumLink::ag_WriteB(const std::string& db, const std::string& startad_w,
   // One byte is declared, whatever the length of `wert`.
   send_if_connected(to_string(kByteHead) + variable + to_string(kByteItem) + wert);
   status_text_ = "Write Wait Data";
-  if (!wait_for_bytes(kAnswerLength)) end_after_timeout();
-  take_return_code();
+  std::string answer;
+  if (!wait_for_bytes(kAnswerLength)) answer = end_after_timeout();
+  take_return_code(std::move(answer));
   return err == 0;
 }
 
@@ -113,8 +117,9 @@ Value PlexumLink::ag_WriteMB(const std::string& db, std::string& startad,
   // This one keeps the status text of what came before.
   send_if_connected(telegram);
   status_text_ = "Write Wait Data";
-  if (!wait_for_bytes(kAnswerLength)) end_after_timeout();
-  take_return_code();
+  std::string answer;
+  if (!wait_for_bytes(kAnswerLength)) answer = end_after_timeout();
+  take_return_code(std::move(answer));
   return err == 0;
 }
 
@@ -143,8 +148,9 @@ bool PlexumLink::ag_WriteW(const std::string& DBNr, const std::string& startad,
   status_text_ = "Wreit Send Data";
   send_if_connected(to_string(kWordHead) + variable + to_string(kWordItem) + value);
   status_text_ = "Write Wait Data";
-  if (!wait_for_bytes(kAnswerLength)) end_after_timeout();
-  take_return_code();
+  std::string answer;
+  if (!wait_for_bytes(kAnswerLength)) answer = end_after_timeout();
+  take_return_code(std::move(answer));
   return err <= 0;
 }
 

@@ -1,6 +1,7 @@
 // The pieces that every job composes its request cycle of: connect, guard, send, wait, take, and
 // the ending of a time-out. Each job keeps its own telegram, texts, limits and departures.
 
+#include "control/integers.h"
 #include "control/plexum_link.h"
 #include "protocol/telegram.h"
 
@@ -70,17 +71,24 @@ std::string PlexumLink::take_if_connected() {
   return connected() ? tcp_client_.GetData() : std::string();
 }
 
-std::int32_t PlexumLink::err_of_fragment() {
+void PlexumLink::take_if_connected(std::string& answer) {
+  if (connected()) answer = tcp_client_.GetData();
+}
+
+std::int32_t PlexumLink::err_of_fragment(std::string& fragment) {
   if (!connected()) return 3;
-  const std::int32_t number = error_number(tcp_client_.GetData());
+  fragment = tcp_client_.GetData();
+  const std::int32_t number = error_number(fragment);
   return number != 0 ? number : 3;
 }
 
-void PlexumLink::end_after_timeout() {
+std::string PlexumLink::end_after_timeout() {
   status_text_ = "Read Exit";
-  err = err_of_fragment();
+  std::string fragment;
+  err = err_of_fragment(fragment);
   environment_.process_messages();
   drop_connection_state();
+  return fragment;
 }
 
 void PlexumLink::end_transfer_after_timeout() {
@@ -98,9 +106,10 @@ std::optional<std::string> PlexumLink::control_job(const std::string& telegram,
   status_text_ = "Wreit Send Data";
   send_if_connected(telegram);
   status_text_ = waiting_text;
-  if (!wait_for_bytes(answer_length)) end_after_timeout();
-  // After a time-out this is a second take, of what has come in the meantime.
-  std::string answer = take_if_connected();
+  std::string answer;
+  if (!wait_for_bytes(answer_length)) answer = end_after_timeout();
+  // After a time-out this is a second take, of what has come in the meantime: as a rule nothing.
+  take_if_connected(answer);
   status_text_ = "Send/Receive Ready";
   inuse = false;
   return answer;
@@ -115,16 +124,16 @@ std::string PlexumLink::exchange_with_repeats(const std::function<std::string()>
     status_text_ = "Read Wait Data";
     if (!wait_for_bytes(answer_length)) {
       status_text_ = "Read Exit";
-      if (connected()) answer = tcp_client_.GetData();
+      take_if_connected(answer);
       err = 3;
       environment_.process_messages();
       drop_connection_state();
     }
     // After a time-out this replaces what was taken there, as a rule by nothing.
-    if (connected()) answer = tcp_client_.GetData();
+    take_if_connected(answer);
     status_text_ = "Send/Receive Ready";
     if (answer.size() >= kUsableLength) break;
-    ++auftrag_Fehler;
+    auftrag_Fehler = to_integer(auftrag_Fehler + 1.0);
   } while (auftrag_Fehler < 3);
   return answer;
 }
