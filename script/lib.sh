@@ -29,7 +29,8 @@ as_root() {
   fi
 }
 
-# build_preset PRESET: configures and builds one of CMakePresets.json.
+# build_preset PRESET: configures and builds one of CMakePresets.json; when that fails it has said
+# so and returns 1.
 build_preset() {
   if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
@@ -42,7 +43,7 @@ build_preset() {
       fail "configuring $1"
     }
     cmake --build --preset "$1" || fail "building $1"
-  ) || exit 1
+  ) || return 1
 }
 
 # -- Wine
