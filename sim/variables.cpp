@@ -136,7 +136,7 @@ void append_read_item(Writer& data, const Memory& memory, const Item& item) {
   const DataType type = place.type->answered_as;
   data.u8(static_cast<std::size_t>(type));
   if (type == DataType::kBit) {
-    data.u16(1).u8((bytes[0] >> place.bit) & 1u);
+    data.u16(1).u8(static_cast<unsigned>(bytes[0]) >> place.bit & 1u);
   } else {
     data.u16(counts_bits(type) ? 8 * bytes.size() : bytes.size()).bytes(bytes);
   }
