@@ -10,7 +10,7 @@ target_include_directories(plexum_options INTERFACE ${PROJECT_SOURCE_DIR}/src
 target_compile_options(plexum_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror
   -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wcast-align -Wunused -Wformat=2 -Wnull-dereference
+  -Woverloaded-virtual -Wcast-align -Wunused -Wformat=2
   # g++ 12 sees overlapping copies in std::string's own assignment where there are none.
   -Wno-restrict)
 

@@ -1,0 +1,38 @@
+#include "cli/local_link.h"
+
+namespace plexum::cli {
+
+void CommandEnvironment::show_message_box(const std::string& text) {
+  if (on_message_box) {
+    on_message_box(text);
+  } else {
+    PosixHostEnvironment::show_message_box(text);
+  }
+}
+
+void WatchedTcpClient::SendData(const std::string& bytes) {
+  inner_.SendData(bytes);
+  on_sent(bytes);
+}
+
+std::string WatchedTcpClient::GetData() {
+  std::string bytes = inner_.GetData();
+  on_taken(bytes);
+  return bytes;
+}
+
+namespace {
+
+TcpClient& capturing(TcpClient& inner, const std::string& path, std::optional<CaptureFile>& file,
+                     std::optional<CapturingTcpClient>& client) {
+  if (path.empty()) return inner;
+  file.emplace(path);
+  return client.emplace(inner, *file);
+}
+
+}  // namespace
+
+LocalLink::LocalLink(const std::string& capture_path)
+    : watched(capturing(tcp_client_, capture_path, capture_file_, capturing_)) {}
+
+}  // namespace plexum::cli

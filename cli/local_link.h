@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "cli/capture.h"
+#include "control/plexum_link.h"
+#include "platform/posix/event_loop.h"
+#include "platform/posix/host_environment.h"
+#include "platform/posix/tcp_client.h"
+
+namespace plexum::cli {
+
+// A host environment whose message boxes go where the command wants them: to standard error, or
+// to `on_message_box`.
+class CommandEnvironment final : public posix::PosixHostEnvironment {
+ public:
+  using PosixHostEnvironment::PosixHostEnvironment;
+
+  std::function<void(const std::string&)> on_message_box;
+
+  void show_message_box(const std::string& text) override;
+};
+
+// A TCP client that shows what the control sends and takes.
+class WatchedTcpClient final : public TcpClient {
+ public:
+  explicit WatchedTcpClient(TcpClient& inner) : inner_(inner) {}
+
+  // Called with the bytes of each telegram sent and of each answer taken.
+  std::function<void(const std::string&)> on_sent = [](const std::string&) {};
+  std::function<void(const std::string&)> on_taken = [](const std::string&) {};
+
+  std::int16_t State() override { return inner_.State(); }
+  std::int32_t BytesReceived() override { return inner_.BytesReceived(); }
+  void RemoteHost(const std::string& host) override { inner_.RemoteHost(host); }
+  void RemotePort(std::int32_t port) override { inner_.RemotePort(port); }
+  void Connect() override { inner_.Connect(); }
+  void SendData(const std::string& bytes) override;
+  std::string GetData() override;
+  void Close() override { inner_.Close(); }
+
+ private:
+  TcpClient& inner_;
+};
+
+// A control with everything that it needs on this system, and a capture of its telegrams where a
+// file is named.
+class LocalLink {
+ public:
+  // Throws std::system_error when the capture file can't be written.
+  explicit LocalLink(const std::string& capture_path = {});
+
+ private:
+  posix::EventLoop loop_;
+  posix::PosixTcpClient tcp_client_{loop_};
+  std::optional<CaptureFile> capture_file_;
+  std::optional<CapturingTcpClient> capturing_;
+
+ public:
+  CommandEnvironment environment{loop_};
+  WatchedTcpClient watched;
+  PlexumLink link{environment, watched};
+};
+
+}  // namespace plexum::cli
