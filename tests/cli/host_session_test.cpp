@@ -105,11 +105,11 @@ TEST(HostSession, ResultsKeepTheirTypes) {
   };
   const Case cases[] = {
       {R"({"call":"ag_Read","args":["1","8","28","F","D"]})",
-       R"({"elements":[3.140000104904175,-2.0],"lower":1} "Double()")"},
+       R"x({"elements":[3.140000104904175,-2.0],"lower":1} "Double()")x"},
       {R"({"call":"ag_ReadB","args":["1","2","16","B","D"]})",
-       R"({"elements":[18,52],"lower":1,"types":["Integer","Integer"]} "Variant()")"},
+       R"x({"elements":[18,52],"lower":1,"types":["Integer","Integer"]} "Variant()")x"},
       {R"({"call":"ag_ReadB","args":["1","1","36","X","D"]})",
-       R"({"elements":["10100101"],"lower":1,"types":["String"]} "Variant()")"},
+       R"x({"elements":["10100101"],"lower":1,"types":["String"]} "Variant()")x"},
       {R"({"call":"ag_ReadB","args":["1","5","40","C","D"]})", R"("Hello" "String")"},
   };
   for (const Case& c : cases) {
