@@ -8,6 +8,7 @@ namespace plexum::sim {
 namespace {
 
 constexpr unsigned kMagic = 0x7070;
+constexpr std::size_t kDigits = 5;
 constexpr std::uint8_t kVersion = 1;
 constexpr std::uint8_t kLinked = 1;
 
@@ -25,7 +26,7 @@ constexpr unsigned kBlockVersion = 0x0100;
 BlockType parse_block_type(std::string_view type) {
   constexpr std::string_view kKnown = "8ABCDEF";
   if (type.size() != 2 || type[0] != '0' || kKnown.find(type[1]) == std::string_view::npos) {
-    throw Refusal{Error::kBlockType};
+    throw Refusal{Error::kBlockName};
   }
   const int digit = type[1] == '8' ? 8 : type[1] - 'A' + 10;
   return BlockType{static_cast<std::uint8_t>(digit)};
@@ -40,10 +41,18 @@ BlockId BlockId::parse(std::string_view type, std::string_view number) {
   return id;
 }
 
-BlockHeader parse_block_header(ByteView image) try {
+std::string BlockId::designation() const {
+  std::string digits = std::to_string(number);
+  digits.insert(0, kDigits - digits.size(), '0');
+  const auto code = static_cast<std::size_t>(type);
+  return std::string("0") + "0123456789ABCDEF"[code % 16] + digits;
+}
+
+BlockHeader parse_block_header(ByteView image) {
+  if (image.size() < BlockHeader::kSize) throw Refusal{Error::kBlockLengths};
   Reader reader(image);
   BlockHeader header;
-  if (reader.u16() != kMagic) throw Refusal{Error::kBlockImage};
+  if (reader.u16() != kMagic) throw Refusal{Error::kBlockStructure};
   reader.take(2);  // version, attributes
   header.language = reader.u8();
   header.id.type = BlockType{reader.u8()};
@@ -54,11 +63,12 @@ BlockHeader parse_block_header(ByteView image) try {
   header.segments_length = reader.u16();
   reader.take(2);  // local data
   header.code_length = reader.u16();
-  reader.take(header.code_length + header.interface_length + header.segments_length);
-  if (header.image_length != image.size()) throw Refusal{Error::kBlockImage};
+  const std::size_t sections =
+      header.code_length + header.interface_length + header.segments_length;
+  if (header.image_length != image.size() || sections > reader.left()) {
+    throw Refusal{Error::kBlockLengths};
+  }
   return header;
-} catch (const Malformed&) {
-  throw Refusal{Error::kBlockImage};
 }
 
 Bytes make_block_image(const BlockId& id, std::uint8_t language, std::string_view name,

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "sim/bytes.h"
@@ -23,14 +24,16 @@ struct BlockId {
   BlockType type{};
   std::uint16_t number = 0;
 
-  // From a designation's two characters and five digits. Throws Refusal with Error::kBlockType or
-  // Error::kBlockName.
+  // From a designation's two characters and five digits. Throws Refusal with Error::kBlockName.
   static BlockId parse(std::string_view type, std::string_view number);
+
+  // The designation: two characters and five digits.
+  std::string designation() const;
 
   auto operator<=>(const BlockId&) const = default;
 };
 
-// Throws Refusal with Error::kBlockType.
+// Throws Refusal with Error::kBlockName.
 BlockType parse_block_type(std::string_view type);
 
 // The header of a block image in the CPU's MC7 form:
@@ -56,8 +59,8 @@ struct BlockHeader {
   std::size_t code_length = 0;
 };
 
-// Throws Refusal with Error::kBlockImage when `image` doesn't begin with a header whose lengths
-// are those of the image.
+// Throws Refusal: Error::kBlockStructure when `image` doesn't begin with a header,
+// Error::kBlockLengths when the header's lengths aren't those of the image.
 BlockHeader parse_block_header(ByteView image);
 
 // An image around `code`, with an author's foot.

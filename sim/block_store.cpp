@@ -47,6 +47,9 @@ const ShippedBlock kProgram[] = {
     {{BlockType::kFunctionBlock, 1}, kStatementList, "MOTOR", kDoesNothing},
 };
 
+// Downloaded blocks that nobody puts into use, together.
+constexpr std::size_t kRoomForDownloads = 4u << 20;
+
 constexpr std::uint16_t kSystemDataBlocks[] = {0, 1, 2, 4, 7};
 constexpr std::size_t kSystemDataSize = 144;
 
@@ -86,7 +89,7 @@ std::vector<BlockStore::Entry> BlockStore::list(BlockType type) const {
 }
 
 Bytes BlockStore::image(const BlockId& id) const {
-  if (is_built_in(id)) throw Refusal{Error::kBlockLocked};
+  if (is_built_in(id)) throw Refusal{Error::kAccessRefused};
   const auto stored = images_.find(id);
   if (id.type != BlockType::kData) {
     if (stored == images_.end()) throw Refusal{Error::kNoSuchBlock};
@@ -104,19 +107,37 @@ Bytes BlockStore::image(const BlockId& id) const {
   return image;
 }
 
-void BlockStore::insert(Bytes image) {
+void BlockStore::check_announcement(const Announcement& announced) const {
+  if (!built_in(announced.id.type).empty()) throw Refusal{Error::kAccessRefused};
+  const std::size_t sections = BlockHeader::kSize + announced.code_length;
+  if (announced.image_length < sections) throw Refusal{Error::kBlockLengths};
+  std::size_t room = kRoomForDownloads;
+  for (const auto& [id, staged] : staged_) room -= std::min(room, staged.image.size());
+  if (announced.image_length > room) throw Refusal{Error::kOutOfMemory};
+}
+
+void BlockStore::stage(const Announcement& announced, Bytes image) {
+  staged_[announced.id] = {announced.code_length, std::move(image)};
+}
+
+void BlockStore::activate(const BlockId& id) {
+  const auto node = staged_.extract(id);
+  if (node.empty()) throw Refusal{Error::kNoSuchBlock};
+  const auto& [code_length, image] = node.mapped();
   const BlockHeader header = parse_block_header(image);
-  if (!built_in(header.id.type).empty()) throw Refusal{Error::kBlockLocked};
-  if (header.id.type == BlockType::kData) {
+  if (header.id.type != id.type) throw Refusal{Error::kBlockStructure};
+  if (header.id.number != id.number) throw Refusal{Error::kBlockNumber};
+  if (header.code_length != code_length) throw Refusal{Error::kBlockLengths};
+  if (id.type == BlockType::kData) {
     const auto values = image.begin() + BlockHeader::kSize;
-    memory_.data_blocks()[header.id.number].assign(
-        values, values + static_cast<std::ptrdiff_t>(header.code_length));
+    memory_.data_blocks()[id.number].assign(values,
+                                            values + static_cast<std::ptrdiff_t>(code_length));
   }
-  images_[header.id] = std::move(image);
+  images_[id] = image;
 }
 
 void BlockStore::remove(const BlockId& id) {
-  if (is_built_in(id)) throw Refusal{Error::kBlockLocked};
+  if (is_built_in(id)) throw Refusal{Error::kAccessRefused};
   const bool had_values = id.type == BlockType::kData && memory_.data_blocks().erase(id.number) > 0;
   const bool had_image = images_.erase(id) > 0;
   if (!had_values && !had_image) throw Refusal{Error::kNoSuchBlock};
@@ -124,6 +145,7 @@ void BlockStore::remove(const BlockId& id) {
 
 void BlockStore::clear() {
   memory_.data_blocks().clear();
+  staged_.clear();
   std::erase_if(images_,
                 [](const auto& block) { return block.first.type != BlockType::kSystemData; });
 }

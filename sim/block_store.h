@@ -26,11 +26,25 @@ class BlockStore {
   // The blocks of a type by number.
   std::vector<Entry> list(BlockType type) const;
 
-  // Throws Refusal with Error::kNoSuchBlock, or Error::kBlockLocked for the CPU's own blocks.
+  // Throws Refusal: Error::kNoSuchBlock, or Error::kAccessRefused for the CPU's own blocks.
   Bytes image(const BlockId& id) const;
 
-  // Puts the block into use, instead of one of its type and number. Throws Refusal.
-  void insert(Bytes image);
+  // What was announced of a block that is downloaded; lengths in bytes.
+  struct Announcement {
+    BlockId id;
+    std::size_t image_length = 0;
+    std::size_t code_length = 0;
+  };
+
+  // Throws Refusal when such a block can't be taken.
+  void check_announcement(const Announcement& announced) const;
+
+  // Keeps a downloaded block until it is put into use.
+  void stage(const Announcement& announced, Bytes image);
+
+  // Puts a downloaded block into use, in place of one of its type and number. Throws Refusal, and
+  // leaves the old block whole, when there is none or when it isn't what was announced.
+  void activate(const BlockId& id);
 
   // Throws Refusal as image() does.
   void remove(const BlockId& id);
@@ -39,10 +53,16 @@ class BlockStore {
   void clear();
 
  private:
+  struct Staged {
+    std::size_t code_length;
+    Bytes image;
+  };
+
   bool is_built_in(const BlockId& id) const;
 
   Memory& memory_;
   std::map<BlockId, Bytes> images_;
+  std::map<BlockId, Staged> staged_;
 };
 
 }  // namespace plexum::sim

@@ -26,15 +26,18 @@ enum class Function : std::uint8_t {
 enum class Error : std::uint16_t {
   kNone = 0,
   kUnknownService = 0x8104,
+  kOutOfMemory = 0x8301,
+  kNoMoreUploads = 0x8304,
   kWrongSequence = 0x8401,
   kWrongFrame = 0x8500,  // also: larger than the granted PDU
-  kBlockName = 0xD201,   // a block designation of the wrong form
-  kParameter = 0xD202,   // a service's arguments
-  kBlockType = 0xD203,
+  kAccessRefused = 0x8703,
+  kBlockName = 0xD201,  // the syntax of a block's designation
+  kParameter = 0xD202,  // the syntax of a service's arguments
   kNoSuchBlock = 0xD209,
-  kBlockLocked = 0xD20C,  // delivered with the CPU, not to be read or replaced
   kNoBlockOfType = 0xD20E,
-  kBlockImage = 0xD210,  // a downloaded image that isn't what was announced
+  kBlockNumber = 0xD210,     // an image's own number isn't the one that was announced
+  kBlockLengths = 0xD219,    // an image's lengths contradict each other or what was announced
+  kBlockStructure = 0xD226,  // an image without a block header, or of another type
   kProtected = 0xD241,
   kNoSuchList = 0xD401,
   kNoSuchIndex = 0xD402,

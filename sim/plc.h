@@ -28,6 +28,7 @@ struct Plc {
   Faults faults;
   unsigned copies_to_rom = 0;  // times that RAM was copied to ROM
   unsigned compressions = 0;
+  std::uint32_t last_upload = 0;   // the id of the last upload
   std::uint8_t last_transfer = 0;  // the data unit reference of the last answer in several parts
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <vector>
 
 #include "sim/plc.h"
 
@@ -25,13 +26,13 @@ BlockId parse_block(Reader& reader) {
   return BlockId::parse(type, number);
 }
 
-void delete_blocks(Plc& plc, Reader argument) {
-  const std::size_t count = argument.u8();
+// The blocks that an argument names: their number, 00, designations.
+std::vector<BlockId> parse_blocks(Reader argument) {
+  std::vector<BlockId> blocks(argument.u8());
   argument.take(1);
-  std::vector<BlockId> blocks;
-  for (std::size_t i = 0; i < count; ++i) blocks.push_back(parse_block(argument));
+  for (BlockId& block : blocks) block = parse_block(argument);
   if (argument.left() != 0) throw Malformed("bytes behind the blocks");
-  for (const BlockId& block : blocks) plc.blocks.remove(block);
+  return blocks;
 }
 
 void require_access(const Plc& plc) {
@@ -63,7 +64,9 @@ Message invoke_program(Plc& plc, const Message& job) {
   } else if (service == "_GARB") {
     ++plc.compressions;
   } else if (service == "_DELE") {
-    delete_blocks(plc, Reader(argument));
+    for (const BlockId& block : parse_blocks(Reader(argument))) plc.blocks.remove(block);
+  } else if (service == "_INSE") {
+    for (const BlockId& block : parse_blocks(Reader(argument))) plc.blocks.activate(block);
   } else {
     throw Refusal{Error::kUnknownService};
   }

@@ -11,6 +11,7 @@ struct Plc;
 //   _MODU       "EP": copy RAM to ROM
 //   _GARB       compress the memory
 //   _DELE       delete blocks
+//   _INSE       put downloaded blocks into use
 // Throws Refusal for what isn't known or not allowed.
 Message invoke_program(Plc& plc, const Message& job);
 

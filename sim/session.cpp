@@ -72,8 +72,10 @@ void Session::connect(const TransportUnit& unit) {
 }
 
 void Session::handle_message(const Message& message) {
-  // Acknowledgements answer jobs of the PLC's own, and none is open.
-  if (message.type == MessageType::kAck || message.type == MessageType::kAckData) return;
+  if (message.type == MessageType::kAck || message.type == MessageType::kAckData) {
+    download_.take_answer(message, pdu_);
+    return send_own_job({});
+  }
 
   const bool setup = message.type == MessageType::kJob && !message.parameter.empty() &&
                      message.function() == Function::kSetupCommunication;
@@ -82,6 +84,14 @@ void Session::handle_message(const Message& message) {
   const std::optional<Message> reply =
       scripted == Error::kNone ? answer(message) : refuse(message, scripted);
   if (reply) send(step, wrap_message(build_message(*reply)));
+  send_own_job(plc_.options.download_pause);
+}
+
+// Of a download, if one is due.
+void Session::send_own_job(std::chrono::milliseconds delay) {
+  if (const std::optional<Message> job = download_.next_job()) {
+    send(Fault::Step::kJob, wrap_message(build_message(*job)), delay);
+  }
 }
 
 std::optional<Message> Session::answer(const Message& message) {
@@ -127,6 +137,14 @@ Message Session::answer_job(const Message& job) {
       return read_variables(plc_.memory, job, pdu_);
     case Function::kWriteVariable:
       return write_variables(plc_.memory, job, plc_.options.write_protected);
+    case Function::kRequestDownload:
+      return download_.request(job);
+    case Function::kStartUpload:
+      return uploads_.start(job);
+    case Function::kUpload:
+      return uploads_.next_part(job, pdu_);
+    case Function::kEndUpload:
+      return uploads_.end(job);
     case Function::kProgramInvocation:
       return invoke_program(plc_, job);
     case Function::kStop:
@@ -137,6 +155,7 @@ Message Session::answer_job(const Message& job) {
 }
 
 void Session::send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay) {
+  if (state_ == State::kOver) return;
   Outputs struck = plc_.faults.strike(step, {delay, std::move(telegram), Output::End::kNone});
   for (Output& output : struck) {
     if (state_ == State::kOver) return;

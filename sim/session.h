@@ -2,8 +2,10 @@
 
 #include <optional>
 
+#include "sim/download.h"
 #include "sim/framing.h"
 #include "sim/plc.h"
+#include "sim/upload.h"
 #include "sim/userdata.h"
 
 namespace plexum::sim {
@@ -12,7 +14,7 @@ namespace plexum::sim {
 // that ends the connection it is over, and gives nothing more.
 class Session {
  public:
-  explicit Session(Plc& plc) : plc_(plc), userdata_(plc) {}
+  explicit Session(Plc& plc) : plc_(plc), userdata_(plc), uploads_(plc), download_(plc) {}
 
   // The connection was accepted. Only a fault answers that.
   Outputs accepted();
@@ -29,12 +31,15 @@ class Session {
   std::optional<Message> answer(const Message& message);
   Message answer_job(const Message& job);
   Message answer_setup(const Message& job);
+  void send_own_job(std::chrono::milliseconds delay);
   void send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay = {});
 
   Plc& plc_;
   State state_ = State::kNew;
   Framing framing_;
   Userdata userdata_;
+  Uploads uploads_;
+  Download download_;
   std::size_t pdu_ = 0;  // as granted, in bytes
   Outputs outputs_;
 };

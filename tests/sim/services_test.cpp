@@ -80,11 +80,11 @@ TEST(Services, RefuseWhatTheyAreNot) {
       {"name cut short",         "28 00 00 00 00 00 00 FD 00 00 06 '_GARB'",                          "refused 85 00"},
       {"argument too long",      "28 00 00 00 00 00 00 FD 00 63 05 '_GARB'",                          "refused 85 00"},
       {"bytes behind the name",  "28 00 00 00 00 00 00 FD 00 00 05 '_GARB' 00",                       "refused 85 00"},
-      {"block type",             "28 00 00 00 00 00 00 FD 00 0A 01 00 '0900005B' 05 '_DELE'",         "refused D2 03"},
+      {"block type",             "28 00 00 00 00 00 00 FD 00 0A 01 00 '0900005B' 05 '_DELE'",         "refused D2 01"},
       {"block number",           "28 00 00 00 00 00 00 FD 00 0A 01 00 '0A0000xB' 05 '_DELE'",         "refused D2 01"},
       {"block number 70000",     "28 00 00 00 00 00 00 FD 00 0A 01 00 '0A70000B' 05 '_DELE'",         "refused D2 01"},
       {"two blocks, one there",  "28 00 00 00 00 00 00 FD 00 0A 02 00 '0A00005B' 05 '_DELE'",         "refused 85 00"},
-      {"system function",        "28 00 00 00 00 00 00 FD 00 0A 01 00 '0D00001B' 05 '_DELE'",         "refused D2 0C"},
+      {"system function",        "28 00 00 00 00 00 00 FD 00 0A 01 00 '0D00001B' 05 '_DELE'",         "refused 87 03"},
       // clang-format on
   };
   Conversation conversation;
