@@ -100,7 +100,8 @@ TEST_F(Writing, TheTelegramsAndWhatTheCallersVariablesHoldThen) {
              " 05 01 12 0A 10 02 " + number(n);
       item = "00 04 " + number(8 * n);
     }
-    EXPECT_EQ(hex(tcp_client.sent.back()), hex(bytes(head + c.variable + item + c.data)));
+    EXPECT_EQ(hex(tcp_client.sent.back()),
+              hex(bytes(head) + bytes(c.variable) + bytes(item) + bytes(c.data)));
     EXPECT_EQ(arguments.startad, c.startad);
     if (c.wert != "?") {
       EXPECT_EQ(arguments.wert, c.wert);
