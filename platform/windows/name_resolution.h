@@ -15,6 +15,7 @@ struct SocketAddress {
   int length = 0;
 
   [[nodiscard]] int family() const noexcept { return storage.ss_family; }
+  [[nodiscard]] sockaddr* get() noexcept { return reinterpret_cast<sockaddr*>(&storage); }
   [[nodiscard]] const sockaddr* get() const noexcept {
     return reinterpret_cast<const sockaddr*>(&storage);
   }

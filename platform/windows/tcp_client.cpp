@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 
 #include "control/runtime_error.h"
@@ -12,9 +13,6 @@ namespace {
 
 constexpr UINT kSocketMessage = WM_APP;
 constexpr UINT kResolvedMessage = WM_APP + 1;
-
-// What a peer may send ahead of the control; the rest waits in the network.
-constexpr std::size_t kMostReceived = std::size_t{1} << 20;
 
 // Winsock counts in int, and copies what it queues.
 constexpr std::size_t kMostSentAtOnce = std::size_t{1} << 20;
@@ -32,6 +30,17 @@ Outcome outcome_of_connect(SOCKET socket) {
   timeval no_time{};
   if (select(0, nullptr, &writable, &failed, &no_time) == 0) return Outcome::kPending;
   return FD_ISSET(socket, &failed) ? Outcome::kFailed : Outcome::kConnected;
+}
+
+// A connection request to a port of the own machine on which nobody listens can meet itself, when
+// the system picks that very port for it.
+bool is_connected_to_itself(SOCKET socket) {
+  SocketAddress own;
+  SocketAddress peer;
+  own.length = peer.length = sizeof own.storage;
+  return getsockname(socket, own.get(), &own.length) == 0 &&
+         getpeername(socket, peer.get(), &peer.length) == 0 && own.length == peer.length &&
+         std::memcmp(&own.storage, &peer.storage, static_cast<std::size_t>(own.length)) == 0;
 }
 
 // A non-blocking socket that tells `window` what happens to it; INVALID_SOCKET on failure.
@@ -85,9 +94,14 @@ void BuiltInTcpClient::Connect() {
 
 void BuiltInTcpClient::SendData(const std::string& bytes) {
   if (State() != kTcpConnected) throw RuntimeError(kTcpWrongState);
+  // The connection broke behind bytes that were not taken yet; once they are, State tells.
+  if (phase_ != kTcpConnected || send_failed_) return;
+  if (bytes.size() > kOutboundLimit - unsent_.size()) {
+    throw RuntimeError(kNoBufferSpace, "No buffer space is available");
+  }
   // One telegram is one send, so that it is one segment; only what the socket refuses is kept.
   const std::size_t sent = unsent_.empty() ? send(bytes.data(), bytes.size()) : 0;
-  if (socket_.is_open()) unsent_.append(bytes, sent);
+  if (!send_failed_) unsent_.append(bytes, sent);
 }
 
 std::string BuiltInTcpClient::GetData() {
@@ -102,6 +116,7 @@ void BuiltInTcpClient::Close() {
   received_.clear();
   unsent_.clear();
   peer_closed_ = false;
+  send_failed_ = false;
   phase_ = kTcpClosed;
 }
 
@@ -125,6 +140,7 @@ void BuiltInTcpClient::poll_connection() {
     case Outcome::kPending:
       break;
     case Outcome::kConnected:
+      if (is_connected_to_itself(socket_.get())) return connect_to_next_address();
       phase_ = kTcpConnected;
       break;
     case Outcome::kFailed:
@@ -151,8 +167,8 @@ void BuiltInTcpClient::connect_to_next_address() {
 // A receive also makes Winsock announce the next arrival, whether anything had arrived or not.
 void BuiltInTcpClient::receive() {
   std::array<char, 8192> buffer;
-  while (!peer_closed_ && received_.size() < kMostReceived) {
-    const std::size_t wanted = std::min(buffer.size(), kMostReceived - received_.size());
+  while (!peer_closed_ && received_.size() < kInboundLimit) {
+    const std::size_t wanted = std::min(buffer.size(), kInboundLimit - received_.size());
     const int count = recv(socket_.get(), buffer.data(), static_cast<int>(wanted), 0);
     if (count == 0) peer_closed_ = true;
     if (count < 0 && WSAGetLastError() != WSAEWOULDBLOCK) fail();
@@ -174,7 +190,7 @@ void BuiltInTcpClient::send_queued() {
 
 std::size_t BuiltInTcpClient::send(const char* bytes, std::size_t size) {
   std::size_t sent = 0;
-  while (sent < size && socket_.is_open()) {
+  while (sent < size && !send_failed_) {
     const std::size_t piece = std::min(size - sent, kMostSentAtOnce);
     const int count = ::send(socket_.get(), bytes + sent, static_cast<int>(piece), 0);
     if (count >= 0) {
@@ -182,10 +198,19 @@ std::size_t BuiltInTcpClient::send(const char* bytes, std::size_t size) {
     } else if (WSAGetLastError() == WSAEWOULDBLOCK) {
       break;
     } else {
-      fail();
+      fail_sending();
     }
   }
   return sent;
+}
+
+// The peer has cut the connection; what it sent before may still be there to be received.
+void BuiltInTcpClient::fail_sending() {
+  send_failed_ = true;
+  unsent_.clear();
+  receive();
+  const bool more_to_receive = received_.size() >= kInboundLimit;
+  if (!more_to_receive) fail();
 }
 
 void BuiltInTcpClient::fail() {

@@ -21,6 +21,14 @@ namespace plexum::windows {
 // that first calls Connect.
 class BuiltInTcpClient : public TcpClient {
  public:
+  // Bytes that may lie here untaken; the peer's further ones stay in the system's buffers, which
+  // stops the peer.
+  static constexpr std::size_t kInboundLimit = std::size_t{1} << 20;
+  // Bytes that may lie here unsent; a SendData that would exceed it sends nothing and is error
+  // 10055, the number of the environment's TCP client for a lack of buffers.
+  static constexpr std::size_t kOutboundLimit = std::size_t{16} << 20;
+  static constexpr std::int32_t kNoBufferSpace = 10055;
+
   BuiltInTcpClient() = default;
   ~BuiltInTcpClient() override = default;
 
@@ -43,6 +51,7 @@ class BuiltInTcpClient : public TcpClient {
   void send_queued();
   // Sends what the socket takes of it now; returns how much that was.
   std::size_t send(const char* bytes, std::size_t size);
+  void fail_sending();
   void fail();
 
   Winsock winsock_;
@@ -57,6 +66,7 @@ class BuiltInTcpClient : public TcpClient {
   std::int16_t phase_ = kTcpClosed;
   std::vector<SocketAddress> addresses_;  // not tried yet, the next one last
   bool peer_closed_ = false;
+  bool send_failed_ = false;
   std::string received_;  // arrived and not taken
   std::string unsent_;    // not taken by the socket yet
 };

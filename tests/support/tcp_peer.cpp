@@ -138,17 +138,28 @@ void TcpPeer::send(const std::string& bytes) {
   }
 }
 
+std::intptr_t TcpPeer::receive_now(char* bytes, std::size_t size) {
+#ifdef _WIN32
+  return ::recv(native(connection_), bytes, static_cast<int>(size), 0);
+#else
+  return ::recv(native(connection_), bytes, size, 0);
+#endif
+}
+
+std::string TcpPeer::receive_some(std::size_t size) {
+  std::string bytes(size, '\0');
+  const std::intptr_t count = receive_now(bytes.data(), size);
+  check(count >= 0 || would_block(), "receive");
+  bytes.resize(static_cast<std::size_t>(std::max<std::intptr_t>(count, 0)));
+  return bytes;
+}
+
 std::string TcpPeer::receive(std::size_t size) {
   std::string bytes(size, '\0');
   std::size_t received = 0;
   while (received < size) {
     check(poll_native(native(connection_), POLLIN, kLongestWait) == 1, "waiting to receive");
-#ifdef _WIN32
-    const int count =
-        ::recv(native(connection_), bytes.data() + received, static_cast<int>(size - received), 0);
-#else
-    const ssize_t count = ::recv(native(connection_), bytes.data() + received, size - received, 0);
-#endif
+    const std::intptr_t count = receive_now(bytes.data() + received, size - received);
     check(count >= 0, "receive");
     if (count == 0) break;
     received += static_cast<std::size_t>(count);

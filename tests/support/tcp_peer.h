@@ -27,6 +27,8 @@ class TcpPeer {
   std::size_t send_some(const std::string& bytes);
   // Waits for that many bytes; fewer only if the client has closed.
   std::string receive(std::size_t size);
+  // What is there now, up to that many bytes.
+  std::string receive_some(std::size_t size);
 
   // Ends the stream in this direction, as a peer that says goodbye.
   void finish();
@@ -43,6 +45,7 @@ class TcpPeer {
 
   static void close_descriptor(Descriptor& descriptor);
   std::intptr_t send_now(const char* bytes, std::size_t size);
+  std::intptr_t receive_now(char* bytes, std::size_t size);
 
   Descriptor listener_ = kNone;
   Descriptor connection_ = kNone;

@@ -1,0 +1,280 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "control/runtime_error.h"
+#include "control/tcp_client.h"
+#include "support/tcp_peer.h"
+
+namespace plexum::test {
+
+// What every TCP client of the control does, whatever platform it stands on. `World` provides
+//   TcpClient& client();    a new client
+//   void wait();            one short wait of its host, messages processed
+//   void drop_client();     destroys it
+template <typename World>
+class TcpClientContract : public testing::Test {
+ protected:
+  // Lets the host wait until something holds.
+  testing::AssertionResult until(const std::function<bool()>& holds) {
+    for (int slice = 0; slice < 2000; ++slice) {
+      if (holds()) return testing::AssertionSuccess();
+      world.wait();
+    }
+    return testing::AssertionFailure() << "never, state " << client.State();
+  }
+
+  testing::AssertionResult until_state(std::int16_t state) {
+    return until([this, state] { return client.State() == state; });
+  }
+
+  // The same for a host that doesn't process messages meanwhile.
+  testing::AssertionResult until_state_without_host(std::int16_t state) {
+    for (long look = 0; look < 20'000'000; ++look) {
+      if (client.State() == state) return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "never, state " << client.State();
+  }
+
+  void start_to_connect(const std::string& host, std::int32_t port) {
+    client.RemoteHost(host);
+    client.RemotePort(port);
+    client.Connect();
+  }
+
+  void connect(TcpPeer& peer, const std::string& host = "127.0.0.1") {
+    start_to_connect(host, peer.port());
+    ASSERT_TRUE(until_state(kTcpConnected));
+    peer.accept();
+  }
+
+  template <typename Call>
+  std::int32_t error_of(Call call) {
+    try {
+      call();
+    } catch (const RuntimeError& error) {
+      return error.number();
+    }
+    return 0;
+  }
+
+  static std::string pattern(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
+    return bytes;
+  }
+
+  World world;
+  TcpClient& client = world.client();
+};
+
+TYPED_TEST_SUITE_P(TcpClientContract);
+
+TYPED_TEST_P(TcpClientContract, StartsClosedAndEmpty) {
+  EXPECT_EQ(this->client.State(), kTcpClosed);
+  EXPECT_EQ(this->client.BytesReceived(), 0);
+  EXPECT_EQ(this->client.GetData(), "");
+  this->client.Close();
+  EXPECT_EQ(this->client.State(), kTcpClosed);
+  EXPECT_EQ(this->error_of([this] { this->client.SendData("x"); }), kTcpWrongState);
+}
+
+TYPED_TEST_P(TcpClientContract, CarriesEveryByteBothWays) {
+  TcpPeer peer;
+  this->connect(peer);
+  const std::string bytes = this->pattern(256);
+  this->client.SendData(bytes);
+  EXPECT_EQ(peer.receive(256), bytes);
+  peer.send(bytes);
+  EXPECT_TRUE(this->until([this] { return this->client.BytesReceived() == 256; }));
+  EXPECT_EQ(this->client.GetData(), bytes);
+  EXPECT_EQ(this->client.BytesReceived(), 0);
+}
+
+TYPED_TEST_P(TcpClientContract, TellsTheTruthToAHostThatProcessesNothing) {
+  TcpPeer peer;
+  this->start_to_connect("127.0.0.1", peer.port());
+  EXPECT_TRUE(this->until_state_without_host(kTcpConnected));
+  peer.accept();
+  this->client.SendData("ask");
+  EXPECT_EQ(peer.receive(3), "ask");
+  peer.send("answer");
+  peer.close();
+  while (this->client.BytesReceived() < 6) {
+  }
+  EXPECT_EQ(this->client.State(), kTcpConnected);
+  EXPECT_EQ(this->client.GetData(), "answer");
+  EXPECT_TRUE(this->until_state_without_host(kTcpPeerClosing));
+}
+
+TYPED_TEST_P(TcpClientContract, CountsWhatArrivesInPieces) {
+  TcpPeer peer;
+  this->connect(peer);
+  for (const std::int32_t size : {1, 2, 3}) {
+    peer.send("x");
+    EXPECT_TRUE(this->until([&] { return this->client.BytesReceived() == size; }));
+  }
+  EXPECT_EQ(this->client.GetData(), "xxx");
+}
+
+TYPED_TEST_P(TcpClientContract, ReportsTheEndOnlyBehindTheLastByte) {
+  TcpPeer peer;
+  this->connect(peer);
+  peer.send("last");
+  peer.close();
+  EXPECT_TRUE(this->until([this] { return this->client.BytesReceived() == 4; }));
+  for (int slice = 0; slice < 5; ++slice) this->world.wait();
+  EXPECT_EQ(this->client.State(), kTcpConnected);
+  EXPECT_EQ(this->client.GetData(), "last");
+  EXPECT_TRUE(this->until_state(kTcpPeerClosing));
+  EXPECT_EQ(this->error_of([this] { this->client.SendData("x"); }), kTcpWrongState);
+  EXPECT_EQ(this->error_of([this] { this->client.Connect(); }), kTcpInvalidOperation);
+}
+
+TYPED_TEST_P(TcpClientContract, AResetIsAnError) {
+  TcpPeer peer;
+  this->connect(peer);
+  peer.reset();
+  EXPECT_TRUE(this->until_state(kTcpError));
+  EXPECT_EQ(this->client.GetData(), "");
+  EXPECT_EQ(this->error_of([this] { this->client.SendData("x"); }), kTcpWrongState);
+}
+
+TYPED_TEST_P(TcpClientContract, ConnectsOnlyWhenClosed) {
+  TcpPeer peer;
+  this->start_to_connect("127.0.0.1", peer.port());
+  EXPECT_EQ(this->error_of([this] { this->client.Connect(); }), kTcpInvalidOperation);
+  EXPECT_TRUE(this->until_state(kTcpConnected));
+  EXPECT_EQ(this->error_of([this] { this->client.Connect(); }), kTcpInvalidOperation);
+}
+
+TYPED_TEST_P(TcpClientContract, ClosesAndConnectsAgain) {
+  TcpPeer peer;
+  for (int round = 0; round < 3; ++round) {
+    this->connect(peer);
+    peer.send("forgotten");
+    EXPECT_TRUE(this->until([this] { return this->client.BytesReceived() == 9; }));
+    this->client.Close();
+    EXPECT_EQ(this->client.State(), kTcpClosed);
+    EXPECT_EQ(this->client.BytesReceived(), 0);
+    EXPECT_EQ(peer.receive(1), "");
+  }
+}
+
+TYPED_TEST_P(TcpClientContract, RefusedConnectionsAreErrors) {
+  TcpPeer peer;
+  const std::int32_t port = peer.port();
+  peer.stop_listening();
+  this->start_to_connect("127.0.0.1", port);
+  EXPECT_TRUE(this->until_state(kTcpError));
+  this->client.Close();
+  TcpPeer other;
+  this->connect(other);
+}
+
+TYPED_TEST_P(TcpClientContract, HostsThatAreNowhereAreErrors) {
+  const std::string kNowhere[] = {
+      "",
+      "0.0.0.0",
+      "::",
+      std::string("127.0.0.1\0x", 11),
+      std::string(70, 'x') + ".invalid",  // no label of a name is so long
+  };
+  for (const std::string& host : kNowhere) {
+    TcpPeer peer;
+    this->start_to_connect(host, peer.port());
+    EXPECT_TRUE(this->until_state(kTcpError)) << host;
+    this->client.Close();
+  }
+}
+
+TYPED_TEST_P(TcpClientContract, ResolvesNames) {
+  TcpPeer peer;
+  this->start_to_connect("localhost", peer.port());
+  EXPECT_EQ(this->client.State(), kTcpResolving);
+  EXPECT_TRUE(this->until_state(kTcpConnected));
+}
+
+TYPED_TEST_P(TcpClientContract, MayBeDestroyedOrClosedAtAnyStep) {
+  this->start_to_connect("localhost", 1);
+  this->client.Close();
+  EXPECT_EQ(this->client.State(), kTcpClosed);
+  for (int slice = 0; slice < 20; ++slice) this->world.wait();
+  EXPECT_EQ(this->client.State(), kTcpClosed);
+  this->start_to_connect("localhost", 1);
+  this->world.drop_client();
+  for (int slice = 0; slice < 20; ++slice) this->world.wait();
+}
+
+TYPED_TEST_P(TcpClientContract, ConnectsByIpv6) {
+  TcpPeer peer(TcpPeer::Family::kIpv6);
+  this->connect(peer, "::1");
+  this->client.SendData("six");
+  EXPECT_EQ(peer.receive(3), "six");
+}
+
+TYPED_TEST_P(TcpClientContract, PortsHaveSixteenBits) {
+  for (const std::int32_t port : {-1, 65536, 2147483647}) {
+    EXPECT_EQ(this->error_of([this, port] { this->client.RemotePort(port); }), kTcpInvalidArgument);
+  }
+  for (const std::int32_t port : {0, 102, 65535}) {
+    EXPECT_EQ(this->error_of([this, port] { this->client.RemotePort(port); }), 0);
+  }
+}
+
+TYPED_TEST_P(TcpClientContract, QueuesWhatASlowPeerDoesNotTake) {
+  TcpPeer peer;
+  this->connect(peer);
+  const std::string bytes = this->pattern(std::size_t{12} << 20);
+  this->client.SendData(bytes);
+  this->client.SendData("the end");
+  std::string arrived;
+  while (arrived.size() < bytes.size() + 7) {
+    this->world.wait();
+    ASSERT_EQ(this->client.State(), kTcpConnected);
+    const std::string piece = peer.receive_some(std::size_t{1} << 20);
+    arrived += piece;
+  }
+  EXPECT_TRUE(arrived == bytes + "the end");
+}
+
+TYPED_TEST_P(TcpClientContract, HoldsAPeerBackThatSendsTooMuch) {
+  constexpr std::int32_t kLimit = 1 << 20;
+  TcpPeer peer;
+  this->connect(peer);
+  const std::string bytes = this->pattern(std::size_t{12} << 20);
+  std::size_t sent = 0;
+  for (int full = 0; full < 20 && sent < bytes.size();) {
+    const std::size_t count = peer.send_some(bytes.substr(sent, 65536));
+    sent += count;
+    if (count == 0) ++full;
+    ASSERT_LE(this->client.BytesReceived(), kLimit);
+    this->world.wait();
+  }
+  EXPECT_LT(sent, bytes.size());
+  EXPECT_EQ(this->client.BytesReceived(), kLimit);
+  std::string arrived;
+  while (arrived.size() < bytes.size()) {
+    if (sent < bytes.size()) sent += peer.send_some(bytes.substr(sent, 65536));
+    ASSERT_TRUE(this->until([this] { return this->client.BytesReceived() > 0; }));
+    arrived += this->client.GetData();
+  }
+  EXPECT_TRUE(arrived == bytes);
+}
+
+REGISTER_TYPED_TEST_SUITE_P(TcpClientContract, StartsClosedAndEmpty, CarriesEveryByteBothWays,
+                            TellsTheTruthToAHostThatProcessesNothing, CountsWhatArrivesInPieces,
+                            ReportsTheEndOnlyBehindTheLastByte, AResetIsAnError,
+                            ConnectsOnlyWhenClosed, ClosesAndConnectsAgain,
+                            RefusedConnectionsAreErrors, HostsThatAreNowhereAreErrors,
+                            ResolvesNames, MayBeDestroyedOrClosedAtAnyStep, ConnectsByIpv6,
+                            PortsHaveSixteenBits, QueuesWhatASlowPeerDoesNotTake,
+                            HoldsAPeerBackThatSendsTooMuch);
+
+}  // namespace plexum::test
