@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/windows/windows_headers.h"
+
+namespace plexum::windows::test {
+
+// What the stand-in does and has seen; one for all of its objects.
+struct StandInScript {
+  std::wstring missing_member;     // not known to GetIDsOfNames
+  bool refuses_creation = false;   // as a component without its licence
+  HRESULT failure = S_OK;          // of every call; DISP_E_EXCEPTION raises `raised`
+  EXCEPINFO raised{};              // texts are copied
+  std::string received;            // what GetData gives, as bytes
+  std::string sent;                // what SendData took, as bytes
+  std::vector<std::string> calls;  // "get State", "put RemotePort 102", "call Connect"
+};
+
+// An in-process component under the ProgID of the environment's TCP client, registered for the
+// lifetime of this object. Its strings convert through the ANSI code page as the real one's do.
+class WinsockStandIn {
+ public:
+  // Throws std::runtime_error where it can't be registered.
+  WinsockStandIn();
+  WinsockStandIn(const WinsockStandIn&) = delete;
+  WinsockStandIn& operator=(const WinsockStandIn&) = delete;
+  ~WinsockStandIn();
+
+  StandInScript script;
+
+  // How many components exist.
+  static int alive();
+
+ private:
+  HANDLE turn_;  // other test processes use the same key of the registry
+  DWORD registration_ = 0;
+  IClassFactory* factory_ = nullptr;
+};
+
+}  // namespace plexum::windows::test
