@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
+#include <array>
 #include <string>
 
 #include "platform/windows/message_box.h"
@@ -51,6 +51,14 @@ bool has_screen() {
   return window != nullptr && DestroyWindow(window);
 }
 
+// The title of the window that is to be seen.
+BOOL CALLBACK take_title(HWND window, LPARAM title) {
+  std::array<wchar_t, 64> text{};
+  GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+  if (IsWindowVisible(window)) *reinterpret_cast<std::wstring*>(title) = text.data();
+  return TRUE;
+}
+
 // Where there is no screen, the system refuses the box's window and the call returns at once.
 TEST(MessageBoxTest, AbandoningClosesTheBoxThatIsOpen) {
   struct Host : WindowsHostEnvironment {
@@ -59,15 +67,7 @@ TEST(MessageBoxTest, AbandoningClosesTheBoxThatIsOpen) {
   } host;
   std::wstring title;
   const MessageWindow window([&](UINT, WPARAM, LPARAM) {
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND box, LPARAM titles) -> BOOL {
-          wchar_t name[64] = {};
-          GetWindowTextW(box, name, 64);
-          if (IsWindowVisible(box)) *reinterpret_cast<std::wstring*>(titles) = name;
-          return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&title));
+    EnumThreadWindows(GetCurrentThreadId(), take_title, reinterpret_cast<LPARAM>(&title));
     host.abandon();
   });
   PostMessageW(window.handle(), WM_APP, 0, 0);
