@@ -1,9 +1,9 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "sim/bytes.h"
 
@@ -30,7 +30,9 @@ struct BlockId {
   // The designation: two characters and five digits.
   std::string designation() const;
 
-  auto operator<=>(const BlockId&) const = default;
+  bool operator<(const BlockId& other) const {
+    return std::pair(type, number) < std::pair(other.type, other.number);
+  }
 };
 
 // Throws Refusal with Error::kBlockName.

@@ -7,11 +7,13 @@
 namespace plexum::sim {
 namespace {
 
-using namespace std::chrono;
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+using std::chrono::sys_days;
 
 // A clock whose time passes by hand.
 struct HandDriven {
-  Clock::TimePoint now{sys_days(2026y / January / 1d)};
+  Clock::TimePoint now{sys_days(2026y / 1 / 1)};
   Clock clock{[this] { return now; }};
 };
 

@@ -11,8 +11,8 @@ namespace {
 Options at_a_known_time() {
   Options options;
   options.now = [] {
-    using namespace std::chrono;
-    return Clock::TimePoint(sys_days(2014y / August / 20d) + 12h + 5min + 28s + 349ms);
+    using namespace std::chrono_literals;
+    return Clock::TimePoint(std::chrono::sys_days(2014y / 8 / 20) + 12h + 5min + 28s + 349ms);
   };
   return options;
 }
