@@ -2,7 +2,8 @@
 """check_captures.py CAPTURE...: lets tshark decode captures, and demands that it finds TPKT, COTP
 and S7 in every telegram and no malformed one, except those that malformed_on_purpose.txt names.
 
-A folder stands for all captures below it. Ends with 1 when a telegram fails."""
+A folder stands for all captures below it, those of whole test runs: what expected.txt lists must
+be among them. Ends with 1 when anything fails."""
 
 import concurrent.futures
 import fnmatch
@@ -13,6 +14,7 @@ import subprocess
 import sys
 
 EXCEPTIONS = pathlib.Path(__file__).with_name("malformed_on_purpose.txt")
+EXPECTED = pathlib.Path(__file__).with_name("expected.txt")
 COTP_DATA = 0xF0
 
 
@@ -72,23 +74,29 @@ def expected_layers(telegram):
     return (1, 1, 1 if len(telegram) > 7 and telegram[5] == COTP_DATA else 0)
 
 
-def decode(path, ports):
-    """Frame number -> (numbers of TPKT, COTP and S7 layers, whether it is malformed)."""
-    command = ["tshark", "-n", "-r", str(path), "-T", "fields", "-E", "aggregator=,"]
+def tshark(path, ports, *options):
+    """The lines that tshark prints about a capture."""
+    command = ["tshark", "-n", "-r", str(path)]
     for port in sorted(ports):
         command += ["-d", f"tcp.port=={port},tpkt"]
-    for field in ("frame.number", "tpkt.length", "cotp.type", "s7comm.header.rosctr",
-                  "_ws.malformed", "tcp.analysis.flags"):
-        command += ["-e", field]
-    # Headers that are made up must be right, too.
-    command += ["-o", "tcp.check_checksum:TRUE", "-o", "ip.check_checksum:TRUE"]
-    command += ["-e", "tcp.checksum.status", "-e", "ip.checksum.status"]
-    result = subprocess.run(command, capture_output=True, text=True, stdin=subprocess.DEVNULL,
-                            env=dict(os.environ, LC_ALL="C"))
+    result = subprocess.run(command + list(options), capture_output=True, text=True,
+                            stdin=subprocess.DEVNULL, env=dict(os.environ, LC_ALL="C"))
     if result.returncode != 0:
         sys.exit(f"tshark failed on {path}: {result.stderr.strip()}")
+    return result.stdout.splitlines()
+
+
+def decode(path, ports):
+    """Frame number -> (numbers of TPKT, COTP and S7 layers, whether it is malformed)."""
+    options = ["-T", "fields", "-E", "aggregator=,"]
+    for field in ("frame.number", "tpkt.length", "cotp.type", "s7comm.header.rosctr",
+                  "_ws.malformed", "tcp.analysis.flags"):
+        options += ["-e", field]
+    # Headers that are made up must be right, too.
+    options += ["-o", "tcp.check_checksum:TRUE", "-o", "ip.check_checksum:TRUE"]
+    options += ["-e", "tcp.checksum.status", "-e", "ip.checksum.status"]
     frames = {}
-    for line in result.stdout.splitlines():
+    for line in tshark(path, ports, *options):
         fields = line.split("\t")
         layers = tuple(len(field.split(",")) if field else 0 for field in fields[1:4])
         bad_header = fields[6] != "1" or fields[7] not in ("1", "")
@@ -109,8 +117,8 @@ def check(path, rules):
         wanted = tuple(map(sum, zip(*map(expected_layers, here)))) or (0, 0, 0)
         if layers == wanted and not malformed:
             continue
-        if here and all(any(rule is None or telegram.startswith(rule) for rule in rules)
-                        for telegram in here):
+        if None in rules or here and all(any(telegram.startswith(rule) for rule in rules)
+                                         for telegram in here):
             excepted += len(here)
             continue
         what = "malformed" if malformed else f"TPKT, COTP, S7 {layers} instead of {wanted}"
@@ -118,16 +126,42 @@ def check(path, rules):
     return faults, count, excepted
 
 
+def expectations():
+    """Capture's file name -> the texts that must be in its decode."""
+    texts = {}
+    for line in EXPECTED.read_text().splitlines():
+        if line.strip() and not line.startswith("#"):
+            name, text = (part.strip() for part in line.split("|"))
+            texts.setdefault(f"{name}.pcap", []).append(text)
+    return texts
+
+
+def missing(path, texts):
+    """The faults of one capture that must have `texts`."""
+    lines = tshark(path, telegrams(path.read_bytes())[0], "-V",
+                   "-o", "tcp.desegment_tcp_streams:FALSE")
+    return [f"{path}: tshark finds no \"{text}\"" for text in texts
+            if not any(text in line for line in lines)]
+
+
 def main():
-    captures = []
+    captures, expected, faults = [], [], []
     for argument in map(pathlib.Path, sys.argv[1:]):
-        captures += sorted(argument.rglob("*.pcap")) if argument.is_dir() else [argument]
+        below = sorted(argument.rglob("*.pcap")) if argument.is_dir() else [argument]
+        captures += below
+        if not argument.is_dir():
+            continue
+        for name, texts in expectations().items():
+            written = [(path, texts) for path in below if path.name == name]
+            expected += written
+            faults += [] if written else [f"{argument}: no test wrote {name}"]
     if not captures:
         sys.exit("no captures to check")
     rules = exceptions()
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         results = list(pool.map(lambda path: check(path, rules), captures))
-    faults = [fault for result in results for fault in result[0]]
+        gaps = list(pool.map(lambda entry: missing(*entry), expected))
+    faults += sum([result[0] for result in results] + gaps, [])
     for fault in faults:
         print(fault)
     print(f"{len(captures)} captures, {sum(result[1] for result in results)} telegrams, "

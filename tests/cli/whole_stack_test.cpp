@@ -1,52 +1,15 @@
 // The control over real sockets against the simulated PLC, with faults at every step. What each
 // leaves behind is the control's contract; that a good connection follows is its promise.
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-
-#include "cli/local_link.h"
-#include "control/runtime_error.h"
-#include "sim/simulated_plc.h"
+#include "support/whole_stack.h"
 
 namespace plexum::cli {
 namespace {
 
-// Where the test run collects captures, if it does.
-std::string capture_path(const std::string& name) {
-  const char* const folder = std::getenv("PLEXUM_TEST_CAPTURES");
-  if (folder == nullptr || *folder == '\0') return {};
-  std::filesystem::create_directories(folder);
-  return std::string(folder) + "/" + name + ".pcap";
-}
-
-sim::Options on_a_free_port() {
-  sim::Options options;
-  options.port = 0;
-  return options;
-}
-
-class WholeStack : public testing::Test {
- protected:
-  sim::SimulatedPlc plc{on_a_free_port()};
-
-  bool connect(PlexumLink& link) {
-    return link.ag_ini("127.0.0.1", std::to_string(plc.port()), "1.0", "3.2");
-  }
-};
+using test::WholeStack;
 
 std::string outcome(PlexumLink& link) {
-  std::string result;
-  try {
-    const Value value = link.ag_ReadB("1", "4", "0", "C", "D");
-    const auto* bytes = std::get_if<std::string>(&value);
-    result = bytes != nullptr ? std::to_string(bytes->size()) + " bytes" : "empty";
-  } catch (const RuntimeError& error) {
-    result = "error " + std::to_string(error.number());
-  }
-  return result + ", err " + std::to_string(link.err) + (link.inuse ? ", inuse" : "") +
-         (link.s7init ? ", s7init" : "");
+  return test::outcome_of(link, [&] { return link.ag_ReadB("1", "4", "0", "C", "D"); });
 }
 
 TEST_F(WholeStack, FaultsOfTheConnection) {
@@ -134,7 +97,7 @@ TEST_F(WholeStack, APeerThatClosesBetweenJobsIsSeenByTheNext) {
 }
 
 TEST_F(WholeStack, ReadsEveryAreaIntoACapture) {
-  LocalLink local(capture_path("read_every_area"));
+  LocalLink local(test::capture_path("read_every_area"));
   ASSERT_TRUE(connect(local.link));
   for (const char* area : {"D", "M", "E", "A", "T", "Z", "P", "DI", "LD"}) {
     EXPECT_FALSE(local.link.ag_Read("1", "2", "2", "B", area).is_empty()) << area;

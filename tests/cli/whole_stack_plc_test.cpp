@@ -1,0 +1,222 @@
+// The services and state lists through the control against the simulated PLC: what they bring about
+// in the PLC, and what faults leave in the control.
+
+#include <functional>
+
+#include "support/whole_stack.h"
+
+namespace plexum::cli {
+namespace {
+
+using test::outcome_of;
+using test::WholeStack;
+
+std::string run_mode(PlexumLink& link) {
+  std::string bits;
+  const Value mode = link.pg_plcRunMode();
+  for (const Value& bit : std::get<VariantArray>(mode).elements) bits += std::get<std::string>(bit);
+  return bits;
+}
+// The low byte of the last transition's event, least significant bit first.
+constexpr const char* kRuns = "00100010";    // 5144: runs
+constexpr const char* kStands = "00100000";  // 4304: stopped by a programming device
+
+// Whether a lamp is on, in the answer that pg_SZL hands over: data header (4 bytes), list id,
+// index, length of a record and their number (2 each), then lamp (2), on, blinking.
+bool shines(const Value& answer, int lamp) {
+  const std::vector<Value>& bytes = std::get<VariantArray>(answer).elements;
+  for (std::size_t record = 12; record + 4 <= bytes.size(); record += 4) {
+    if (bytes[record + 1] == Value(static_cast<std::int16_t>(lamp))) {
+      return bytes[record + 2] == Value(std::int16_t{1});
+    }
+  }
+  ADD_FAILURE() << "no lamp " << lamp;
+  return false;
+}
+constexpr int kRunLamp = 4;
+constexpr int kStopLamp = 5;
+
+TEST_F(WholeStack, StopAndStartShowInModeAndLamps) {
+  LocalLink local(test::capture_path("services"));
+  PlexumLink& link = local.link;
+  std::vector<std::string> boxes;
+  local.environment.on_message_box = [&](const std::string& text) { boxes.push_back(text); };
+  ASSERT_TRUE(connect_anew(link));
+  EXPECT_EQ(run_mode(link), kRuns);
+  EXPECT_TRUE(shines(link.pg_SZL(), kRunLamp));
+
+  EXPECT_EQ(link.pg_plcstop(), Value(true));
+  EXPECT_EQ(run_mode(link), kStands);
+  const Value lamps = link.pg_SZL();
+  EXPECT_FALSE(shines(lamps, kRunLamp));
+  EXPECT_TRUE(shines(lamps, kStopLamp));
+  EXPECT_EQ(link.pg_plcstop(), Value(true)) << "a PLC that stands stays so";
+
+  EXPECT_EQ(link.pg_plcstart(), Value(true));
+  EXPECT_EQ(run_mode(link), kRuns);
+  EXPECT_EQ(link.pg_plccompress(), Value(true));
+  EXPECT_EQ(plc.access([](sim::Plc& inside) { return inside.compressions; }), 1u);
+  // 29 bytes before what it hands over: 4 + 8 bytes of heads and 7 lamps.
+  EXPECT_EQ(boxes, (std::vector<std::string>{"69", "69"}));
+  EXPECT_EQ(link.err, 0);
+  link.ag_exit();
+}
+
+// Its telegram is two bytes shorter than its TPKT length: whoever waits for these never answers,
+// and whoever takes them off the next telegram loses that one.
+TEST_F(WholeStack, AfterACopyToRomTheNextJobIsAnswered) {
+  LocalLink local(test::capture_path("copy_ram_to_rom"));
+  ASSERT_TRUE(connect_anew(local.link));
+  for (unsigned copies = 1; copies <= 3; ++copies) {
+    EXPECT_EQ(local.link.pg_Ramtorom(), Value(true));
+    EXPECT_EQ(plc.access([](sim::Plc& inside) { return inside.copies_to_rom; }), copies);
+    EXPECT_EQ(local.link.ag_ReadB("1", "4", "0", "C", "D"), Value(std::string("\0\1\2\3", 4)));
+  }
+  local.link.ag_exit();
+}
+
+TEST_F(WholeStack, ABlockThatIsDeletedIsGone) {
+  LocalLink local(test::capture_path("delete_block"));
+  ASSERT_TRUE(connect_anew(local.link));
+  const auto holds = [&](sim::BlockType type, std::uint16_t number) {
+    return plc.access([&](sim::Plc& inside) {
+      for (const auto& entry : inside.blocks.list(type)) {
+        if (entry.number == number) return true;
+      }
+      return false;
+    });
+  };
+  ASSERT_TRUE(holds(sim::BlockType::kFunction, 1));
+  EXPECT_EQ(local.link.pg_DelBlock("FC", "00001"), Value(true));
+  EXPECT_FALSE(holds(sim::BlockType::kFunction, 1));
+  EXPECT_TRUE(holds(sim::BlockType::kFunction, 2));
+
+  EXPECT_EQ(local.link.pg_DelBlock("DB", "00007"), Value(true));
+  local.link.Tzeit(test::kShort);
+  EXPECT_EQ(outcome_of(local.link, [&] { return local.link.ag_ReadB("7", "2", "0", "C", "D"); }),
+            "empty, err 3");
+
+  // The PLC's refusals are short answers, so they show as time-outs with the PLC's error.
+  for (const auto& [type, number] : {std::pair{"FC", "00001"}, {"DB", "00007"}, {"OB", "00122"}}) {
+    ASSERT_TRUE(connect_anew(local.link));
+    local.link.Tzeit(test::kShort);
+    EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_DelBlock(type, number); }),
+              "false, err 2109")
+        << type << number;
+  }
+}
+
+TEST_F(WholeStack, ErasingLeavesAStandingPlcWithoutProgram) {
+  LocalLink local(test::capture_path("erase"));
+  ASSERT_TRUE(connect_anew(local.link));
+  std::string start = "10";
+  ASSERT_EQ(local.link.ag_WriteMB("0", start, "abc", "M"), Value(true));
+  EXPECT_EQ(local.link.pg_plcErase(), Value(true));
+  EXPECT_EQ(run_mode(local.link), kStands);
+  EXPECT_EQ(local.link.ag_ReadB("0", "3", "10", "C", "M"), Value(std::string(3, '\0')));
+  EXPECT_TRUE(plc.access([](sim::Plc& inside) {
+    return inside.memory.data_blocks().empty() &&
+           inside.blocks.list(sim::BlockType::kOrganisation).empty();
+  }));
+  local.link.ag_exit();
+}
+
+struct Service {
+  const char* name;
+  std::function<Value(PlexumLink&)> call;
+};
+
+const std::vector<Service>& services() {
+  static const std::vector<Service> kServices = {
+      {"pg_plcstop", &PlexumLink::pg_plcstop},
+      {"pg_plcstart", &PlexumLink::pg_plcstart},
+      {"pg_plcErase", &PlexumLink::pg_plcErase},
+      {"pg_Ramtorom", &PlexumLink::pg_Ramtorom},
+      {"pg_plccompress", &PlexumLink::pg_plccompress},
+      {"pg_DelBlock", [](PlexumLink& link) { return link.pg_DelBlock("DB", "00001"); }},
+  };
+  return kServices;
+}
+
+TEST_F(WholeStack, AProtectedPlcRefusesItsServices) {
+  sim::Options options = test::on_a_free_port();
+  options.write_protected = true;
+  sim::SimulatedPlc locked(options);
+  LocalLink local;
+  for (const Service& service : services()) {
+    SCOPED_TRACE(service.name);
+    ASSERT_TRUE(test::connect_anew(local.link, locked));
+    local.link.Tzeit(test::kShort);
+    // The refused erase is an answer of full length, at which nobody looks.
+    const bool seen = std::string(service.name) != "pg_plcErase";
+    EXPECT_EQ(outcome_of(local.link, [&] { return service.call(local.link); }),
+              seen ? "false, err 21065" : "true, err 0, s7init");
+  }
+  ASSERT_TRUE(test::connect_anew(local.link, locked));
+  EXPECT_EQ(run_mode(local.link), kRuns);
+  EXPECT_EQ(local.link.ag_ReadB("1", "4", "0", "C", "D"), Value(std::string("\0\1\2\3", 4)));
+}
+
+TEST_F(WholeStack, FaultsOfAService) {
+  struct Case {
+    const char *fault, *erase, *others;
+  };
+  const Case cases[] = {
+      {"late=30", "true, err 0, s7init", "true, err 0, s7init"},
+      {"pieces=1:1", "true, err 0, s7init", "true, err 0, s7init"},
+      {"then-reset", "true, err 0, s7init", "true, err 0, s7init"},
+      {"silence", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init"},
+      {"length=18", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init"},
+      {"length=19", "false, err 1", "false, err 3"},
+      {"length=32", "false, err 1", "true, err 0, s7init"},
+      {"close", "false, err 3", "false, err 3"},
+      {"reset", "false, err 3", "false, err 3"},
+      {"error=D209", "true, err 0, s7init", "false, err 2109"},
+      {"error=8104", "true, err 0, s7init", "false, err 1294"},
+  };
+  LocalLink local;
+  for (const Service& service : services()) {
+    const bool erase = std::string(service.name) == "pg_plcErase";
+    for (const Case& c : cases) {
+      SCOPED_TRACE(std::string(service.name) + " " + c.fault);
+      const std::string expected = erase ? c.erase : c.others;
+      plc.access([](sim::Plc& inside) { inside.memory.create_data_block(1, 10); });
+      ASSERT_TRUE(connect_to_fault(local.link, c.fault, expected.starts_with("true")));
+      EXPECT_EQ(outcome_of(local.link, [&] { return service.call(local.link); }), expected);
+    }
+  }
+}
+
+TEST_F(WholeStack, FaultsOfAStateList) {
+  struct Case {
+    const char *fault, *mode, *lamps, *box;
+  };
+  const Case cases[] = {
+      {"late=30", "8 elements, err 0, s7init", "40 elements, err 0, s7init", "69"},
+      // Only what has come when 35 bytes are there is taken.
+      {"length=35", "error 9, err 0, s7init", "6 elements, err 0, s7init", "35"},
+      {"error=D401", "error 9, err 1", "error 9, err 1", "0"},
+      {"length=34", "error 9, err 1", "error 9, err 1", "0"},
+      {"length=18", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init", ""},
+      {"silence", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init", ""},
+      {"close", "error 9, err 3", "error 9, err 3", "0"},
+      {"reset", "error 9, err 3", "error 9, err 3", "0"},
+  };
+  LocalLink local;
+  std::string box;
+  local.environment.on_message_box = [&](const std::string& text) { box += text; };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.fault);
+    const bool answered = std::string(c.lamps).find("elements") != std::string::npos;
+    ASSERT_TRUE(connect_to_fault(local.link, c.fault, answered));
+    EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_plcRunMode(); }), c.mode);
+    EXPECT_EQ(box, "");
+    ASSERT_TRUE(connect_to_fault(local.link, c.fault, answered));
+    EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_SZL(); }), c.lamps);
+    EXPECT_EQ(box, c.box);
+    box.clear();
+  }
+}
+
+}  // namespace
+}  // namespace plexum::cli
