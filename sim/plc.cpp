@@ -26,7 +26,8 @@ DataBlockSize parse_data_block(std::string_view text) {
   return block;
 }
 
-Plc::Plc(const Options& chosen) : options(chosen), clock(options.now) {
+Plc::Plc(const Options& chosen)
+    : options(chosen), running_since(options.now()), clock(options.now) {
   if (options.pdu < Options::kSmallestPdu || options.pdu > Options::kLargestPdu) {
     throw std::invalid_argument("the PDU size is from 64 to 8192 bytes");
   }

@@ -24,6 +24,7 @@ struct Plc {
   Memory memory;
   BlockStore blocks{memory};
   Mode mode = Mode::kRun;
+  Clock::TimePoint running_since;  // by options.now
   Clock clock;
   Faults faults;
   unsigned copies_to_rom = 0;  // times that RAM was copied to ROM

@@ -58,6 +58,7 @@ Message invoke_program(Plc& plc, const Message& job) {
   if (service == kProgram) {
     if (!text.empty() && text != "C ") throw Refusal{Error::kParameter};
     plc.mode = Mode::kRun;
+    plc.running_since = plc.options.now();
   } else if (service == "_MODU") {
     if (text != "EP") throw Refusal{Error::kParameter};
     ++plc.copies_to_rom;

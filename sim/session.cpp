@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "sim/program.h"
 #include "sim/services.h"
 #include "sim/variables.h"
 
@@ -34,6 +35,7 @@ Outputs Session::accepted() {
 
 Outputs Session::receive(ByteView bytes) {
   if (state_ == State::kOver || state_ == State::kMute) return {};
+  if (plc_.options.runs_program) run_program(plc_);
   framing_.feed(bytes);
   try {
     while (state_ != State::kOver) {
