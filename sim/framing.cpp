@@ -49,7 +49,6 @@ void Framing::skip_promised() {
     ++skipped;
     --promised_;
   }
-  if (skipped < buffer_.size()) promised_ = 0;
   buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(skipped));
 }
 

@@ -59,10 +59,14 @@ struct BlockClient : Conversation {
                      Writer().u16(part.size()).u16(0xFB).bytes(part).take()});
   }
 
-  // The whole dialogue, as far as it goes; the last error.
+  // The whole dialogue, as far as it goes; the last error. Announces the code length that the
+  // image has.
   Error download(const BlockId& id, const Bytes& image) {
-    std::vector<Message> said =
-        request_download(id, image.size(), static_cast<std::size_t>(image[34] << 8 | image[35]));
+    return download(id, image, static_cast<std::size_t>(image[34] << 8 | image[35]));
+  }
+
+  Error download(const BlockId& id, const Bytes& image, std::size_t code_length) {
+    const std::vector<Message> said = request_download(id, image.size(), code_length);
     if (said.at(0).error != Error::kNone) return said[0].error;
     Message job = said.at(1);
     ByteView left(image);

@@ -97,6 +97,8 @@ TEST(Download, RefusesImagesThatAreNotWhatWasAnnounced) {
     EXPECT_EQ(client.download(kFc1, c.image), c.error) << c.name;
     EXPECT_EQ(client.upload(kFc1), c.error == Error::kNone ? good : before) << c.name;
   }
+  BlockClient client;
+  EXPECT_EQ(client.download(kFc1, good, 63), Error::kBlockLengths) << "another code length";
 }
 
 TEST(Download, RefusesAnnouncementsThatItCannotTake) {

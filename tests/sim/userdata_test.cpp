@@ -119,6 +119,11 @@ TEST(Userdata, SplitsWhatIsLongerThanThePdu) {
   EXPECT_EQ(conversation.userdata(next, "0A 00 00 00"),
             "00 01 12 08 12 84 01 00 00 00 85 00 | 0A 00 00 00")
       << "another job ends the transfer";
+
+  state_list(conversation, "00 1C 00 00");
+  EXPECT_EQ(conversation.userdata("00 01 12 08 12 44 01 02 00 00 00 00", "0A 00 00 00"),
+            "00 01 12 08 12 84 01 00 00 00 85 00 | 0A 00 00 00")
+      << "another sequence number is another transfer's";
 }
 
 TEST(Userdata, TakesTheMessageServiceThatDeclaresTooLittle) {
