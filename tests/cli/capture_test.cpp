@@ -11,6 +11,7 @@
 #include <system_error>
 #include <vector>
 
+#include "support/capture_path.h"
 #include "support/hex.h"
 #include "support/scripted_tcp_client.h"
 
@@ -110,11 +111,10 @@ Segment parse_frame(const std::string& frame) {
 class CaptureTest : public ::testing::Test {
  protected:
   CaptureTest() {
-    const char* folder = std::getenv("PLEXUM_TEST_CAPTURES");
-    path_ = (folder != nullptr ? std::filesystem::path(folder)
-                               : std::filesystem::path(::testing::TempDir())) /
-            (std::string("CaptureTest.") +
-             ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".pcap");
+    const std::string name = std::string("CaptureTest.") +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    const std::string collected = test::capture_path(name);
+    path_ = collected.empty() ? ::testing::TempDir() + name + ".pcap" : collected;
   }
 
   [[nodiscard]] std::string content() const {

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 
 #include "cli/capture.h"
 #include "control/tcp_client.h"
+#include "support/capture_path.h"
 
 namespace plexum::test {
 
@@ -18,12 +18,12 @@ class RecordedTcpClient {
  public:
   // One test may record several clients by giving each a `suffix`.
   explicit RecordedTcpClient(TcpClient& inner, const std::string& suffix = "") : client_(&inner) {
-    const char* folder = std::getenv("PLEXUM_TEST_CAPTURES");
-    if (folder == nullptr) return;
     const auto* running = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(running->test_suite_name()) + "." + running->name() + suffix;
     for (char& c : name) c = c == '/' ? '-' : c;  // of a parameterised test
-    file_ = std::make_unique<cli::CaptureFile>(std::string(folder) + "/" + name + ".pcap");
+    const std::string path = capture_path(name);
+    if (path.empty()) return;
+    file_ = std::make_unique<cli::CaptureFile>(path);
     capturing_ = std::make_unique<cli::CapturingTcpClient>(inner, *file_);
     client_ = capturing_.get();
   }
