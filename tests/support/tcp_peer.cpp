@@ -76,6 +76,15 @@ NativeSocket native(std::intptr_t descriptor) { return static_cast<NativeSocket>
 
 }  // namespace
 
+bool TcpPeer::has_ipv6() {
+  try {
+    const TcpPeer peer(Family::kIpv6);
+    return true;
+  } catch (const std::runtime_error&) {
+    return false;
+  }
+}
+
 TcpPeer::TcpPeer(Family family) {
   sockaddr_storage address{};
   Length length = 0;

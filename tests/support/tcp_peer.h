@@ -11,6 +11,9 @@ class TcpPeer {
  public:
   enum class Family { kIpv4, kIpv6 };
 
+  // Whether this machine has any IPv6; without it no peer can be of that family.
+  static bool has_ipv6();
+
   explicit TcpPeer(Family family = Family::kIpv4);
   TcpPeer(const TcpPeer&) = delete;
   TcpPeer& operator=(const TcpPeer&) = delete;

@@ -3,13 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <pthread.h>
-#include <unistd.h>
+#include <sys/eventfd.h>
+#include <sys/time.h>
 
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -17,57 +18,43 @@
 #include <vector>
 
 #include "platform/posix/descriptor.h"
-#include "platform/posix/run_loop.h"
+#include "platform/posix/fixtures.h"
 
 namespace plexum::posix {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::seconds;
+using test::kLong;
 using testing::ElementsAre;
 
-constexpr milliseconds kLong = seconds(10);
-
-struct Pipe {
-  Pipe() {
-    std::array<int, 2> ends{};
-    if (::pipe(ends.data()) != 0) throw std::runtime_error("pipe");
-    out.reset(ends[0]);
-    in.reset(ends[1]);
-  }
-  void put() const { EXPECT_EQ(::write(in.get(), "x", 1), 1); }
+// A descriptor that is ready to be read between put() and take().
+struct Signal {
+  void put() const { EXPECT_EQ(::eventfd_write(descriptor.get(), 1), 0); }
   void take() const {
-    char byte = 0;
-    EXPECT_EQ(::read(out.get(), &byte, 1), 1);
+    eventfd_t count = 0;
+    EXPECT_EQ(::eventfd_read(descriptor.get(), &count), 0);
   }
-  Descriptor out;
-  Descriptor in;
+  int get() const { return descriptor.get(); }
+  Descriptor descriptor{::eventfd(0, EFD_CLOEXEC)};
 };
 
-class EventLoopTest : public testing::Test {
+class EventLoopTest : public test::LoopFixture {
  protected:
-  // Whether a wait of 10 seconds ends early.
-  bool wakes() {
-    const auto start = EventLoop::Clock::now();
-    loop.wait(kLong);
-    return EventLoop::Clock::now() - start < kLong / 2;
-  }
-
-  EventLoop loop;
-  std::vector<std::string> log;
   EventLoop::Callback note(const std::string& text) {
     return [this, text] { log.push_back(text); };
   }
+
+  std::vector<std::string> log;
 };
 
 TEST_F(EventLoopTest, WakesForDataAndRunsTheHandlerOnlyInProcess) {
-  const Pipe pipe;
-  loop.watch(pipe.out.get(), POLLIN, [&](short revents) {
+  const Signal data;
+  loop.watch(data.get(), POLLIN, [&](short revents) {
     EXPECT_NE(revents & POLLIN, 0);
-    pipe.take();
+    data.take();
     log.push_back("data");
   });
-  std::thread writer([&] { pipe.put(); });
+  std::thread writer([&] { data.put(); });
   EXPECT_TRUE(wakes());
   writer.join();
   EXPECT_THAT(log, ElementsAre());
@@ -78,98 +65,80 @@ TEST_F(EventLoopTest, WakesForDataAndRunsTheHandlerOnlyInProcess) {
   EXPECT_THAT(log, ElementsAre("data"));
 }
 
-TEST_F(EventLoopTest, WakesForAPostOfAnotherThread) {
-  for (int round = 0; round < 200; ++round) {
-    std::thread poster([&] { loop.post(note("post")); });
-    ASSERT_TRUE(test::run_until(loop, [&] { return !log.empty(); }));
-    poster.join();
-    log.clear();
-  }
-}
-
-TEST_F(EventLoopTest, LosesNoPostOfManyThreads) {
-  constexpr int kThreads = 4;
-  constexpr int kPosts = 500;
-  int count = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&] {
-      for (int post = 0; post < kPosts; ++post) loop.post([&] { ++count; });
-    });
-  }
-  EXPECT_TRUE(test::run_until(loop, [&] { return count == kThreads * kPosts; }));
-  for (auto& thread : threads) thread.join();
-}
-
-TEST_F(EventLoopTest, APostOfTheOwnThreadEndsTheNextWait) {
-  loop.post(note("post"));
-  EXPECT_TRUE(wakes());
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("post"));
-}
-
-TEST_F(EventLoopTest, PostsBehindAPostWaitForTheNextRound) {
-  std::function<void()> again = [&] {
-    log.push_back("post");
-    loop.post(again);
-  };
-  loop.post(again);
-  loop.process();
-  EXPECT_EQ(log.size(), 1u);
-  loop.process();
-  EXPECT_EQ(log.size(), 2u);
-}
-
-TEST_F(EventLoopTest, ConstantPostsDoNotStarveDescriptorsNorTimers) {
-  const Pipe pipe;
-  bool data = false;
-  bool timer = false;
-  loop.watch(pipe.out.get(), POLLIN, [&](short) {
-    pipe.take();
-    data = true;
+// Also for one that comes just when the loop falls asleep.
+TEST_F(EventLoopTest, WakesForEachPostOfAnotherThread) {
+  constexpr int kPosts = 300;
+  std::atomic<int> ran = 0;
+  std::thread poster([&] {
+    for (int posted = 1; posted <= kPosts; ++posted) {
+      loop.post([&] { ++ran; });
+      while (ran < posted) std::this_thread::yield();
+    }
   });
-  loop.add_timer(milliseconds(1), [&] { timer = true; });
-  pipe.put();
-  std::function<void()> again = [&] { loop.post(again); };
-  loop.post(again);
-  EXPECT_TRUE(test::run_until(loop, [&] { return data && timer; }));
+  while (ran < kPosts) {
+    EXPECT_TRUE(wakes());
+    loop.process();
+  }
+  poster.join();
+}
+
+TEST_F(EventLoopTest, WhatARoundPostsAndAddsWaitsForTheNext) {
+  const Signal data;
+  data.put();
+  loop.watch(data.get(), POLLIN, [&](short) { log.emplace_back("data"); });
+  EventLoop::Callback post_again = [&] {
+    log.emplace_back("post");
+    loop.post(post_again);
+  };
+  EventLoop::Callback add_again = [&] {
+    log.emplace_back("timer");
+    loop.add_timer(milliseconds(0), add_again);
+  };
+  loop.post(post_again);
+  loop.add_timer(milliseconds(0), add_again);
+  for (int round = 0; round < 2; ++round) {
+    log.clear();
+    EXPECT_TRUE(wakes()) << "for a post of the own thread";
+    loop.process();
+    EXPECT_THAT(log, ElementsAre("timer", "post", "data"));
+  }
 }
 
 TEST_F(EventLoopTest, TimersRunInTheOrderOfTheirTimes) {
+  std::optional<EventLoop::Clock::time_point>& time = test::interposed.time;
+  time = EventLoop::Clock::now();
   loop.add_timer(milliseconds(-5), note("past"));
-  loop.add_timer(milliseconds(150), note("150"));
+  loop.add_timer(milliseconds(9), note("9"));
   loop.add_timer(milliseconds(2), note("2"));
   const auto cancelled = loop.add_timer(milliseconds(3), note("cancelled"));
-  loop.add_timer(milliseconds(2), [&] {
-    log.emplace_back("2 again");
-    loop.add_timer(milliseconds(0), note("0, added by 2"));
-  });
+  loop.add_timer(milliseconds(2), note("2 again"));
   loop.cancel_timer(cancelled);
   loop.cancel_timer(cancelled);
-  EXPECT_TRUE(test::run_until(loop, [&] { return log.size() == 5; }));
-  EXPECT_THAT(log, ElementsAre("past", "2", "2 again", "0, added by 2", "150"));
-}
-
-TEST_F(EventLoopTest, ATimerOfNoDelayThatAddsItselfRunsOncePerRound) {
-  std::function<void()> again = [&] {
-    log.push_back("timer");
-    loop.add_timer(milliseconds(0), again);
-  };
-  again();
   loop.process();
-  EXPECT_LE(log.size(), 2u);
-  EXPECT_TRUE(test::run_until(loop, [&] { return log.size() > 5; }));
+  EXPECT_THAT(log, ElementsAre("past"));
+  *time += milliseconds(5);
+  loop.process();
+  EXPECT_THAT(log, ElementsAre("past", "2", "2 again"));
+  *time += milliseconds(5);
+  loop.process();
+  EXPECT_THAT(log, ElementsAre("past", "2", "2 again", "9"));
 }
 
-TEST_F(EventLoopTest, ATimerEndsAWaitAndAWaitIsNeverShort) {
+TEST_F(EventLoopTest, ATimerEndsAWaitAndASignalDoesNot) {
   loop.add_timer(milliseconds(1), note("timer"));
   EXPECT_TRUE(wakes());
   loop.process();
   EXPECT_THAT(log, ElementsAre("timer"));
 
+  const auto before = std::signal(SIGALRM, [](int) {});
+  const itimerval often{{0, 5000}, {0, 5000}};  // microseconds
+  ::setitimer(ITIMER_REAL, &often, nullptr);
   const auto start = EventLoop::Clock::now();
-  loop.wait(milliseconds(2));
-  EXPECT_GE(EventLoop::Clock::now() - start, milliseconds(2));
+  loop.wait(milliseconds(20));
+  EXPECT_GE(EventLoop::Clock::now() - start, milliseconds(20));
+  const itimerval never{};
+  ::setitimer(ITIMER_REAL, &never, nullptr);
+  std::signal(SIGALRM, before);
 }
 
 // Two descriptors are ready in the same round; the handler of whichever runs first does something
@@ -177,50 +146,28 @@ TEST_F(EventLoopTest, ATimerEndsAWaitAndAWaitIsNeverShort) {
 class ReadyTogether : public EventLoopTest {
  protected:
   void watch_both(const std::function<void(int other)>& first) {
-    for (const int i : {0, 1}) {
-      pipes[static_cast<std::size_t>(i)].put();
-      loop.watch(descriptor(i), POLLIN, [this, i, first](short) {
-        ++runs;
-        if (runs == 1) first(descriptor(1 - i));
-      });
-    }
+    watch(one, two, first);
+    watch(two, one, first);
   }
-  int descriptor(int i) const { return pipes[static_cast<std::size_t>(i)].out.get(); }
 
-  std::array<Pipe, 2> pipes;
+  const Signal one;
+  const Signal two;
   int runs = 0;
+
+ private:
+  void watch(const Signal& signal, const Signal& other, const std::function<void(int)>& first) {
+    signal.put();
+    loop.watch(signal.get(), POLLIN, [this, first, &other](short) {
+      if (++runs == 1) first(other.get());
+    });
+  }
 };
 
-TEST_F(ReadyTogether, EachRunsOnce) {
-  watch_both([](int) {});
-  loop.process();
-  EXPECT_EQ(runs, 2);
-}
-
-TEST_F(ReadyTogether, TheOtherIsUnwatched) {
-  watch_both([&](int other) { loop.unwatch(other); });
-  loop.wait(kLong);
-  loop.process();
-  EXPECT_EQ(runs, 1);
-  loop.process();
-  EXPECT_EQ(runs, 2) << "only the first is still watched";
-}
-
-TEST_F(ReadyTogether, BothAreUnwatched) {
-  watch_both([&](int) {
-    loop.unwatch(descriptor(0));
-    loop.unwatch(descriptor(1));
-  });
-  loop.process();
-  loop.process();
-  EXPECT_EQ(runs, 1);
-}
-
 TEST_F(ReadyTogether, TheOthersPlaceGoesToANewDescriptor) {
-  const Pipe fresh;
+  const Signal fresh;
   watch_both([&](int other) {
     loop.unwatch(other);
-    loop.watch(fresh.out.get(), POLLIN, [&](short) { log.emplace_back("fresh"); });
+    loop.watch(fresh.get(), POLLIN, [&](short) { log.emplace_back("fresh"); });
   });
   loop.process();
   EXPECT_EQ(runs, 1);
@@ -252,20 +199,20 @@ TEST_F(ReadyTogether, OneThatThrowsLeavesTheOtherForTheNextRound) {
 TEST_F(ReadyTogether, WhatAnOwnerTakesIsNotHandled) {
   watch_both([](int) {});
   loop.wait(kLong);
-  EXPECT_NE(loop.take_ready(descriptor(0)) & POLLIN, 0);
-  EXPECT_EQ(loop.take_ready(descriptor(0)), 0);
+  EXPECT_NE(loop.take_ready(one.get()) & POLLIN, 0);
+  EXPECT_EQ(loop.take_ready(one.get()), 0);
   loop.process();
   EXPECT_EQ(runs, 1);
 }
 
 TEST_F(EventLoopTest, AHandlerMayReplaceItselfWhileItRuns) {
-  const Pipe pipe;
-  pipe.put();
+  const Signal data;
+  data.put();
   const std::string long_text(100, 'x');  // something to be destroyed with the handler
-  loop.watch(pipe.out.get(), POLLIN, [&, long_text](short) {
-    loop.watch(pipe.out.get(), POLLIN, [&](short) { log.emplace_back("second"); });
-    loop.unwatch(pipe.out.get());
-    loop.watch(pipe.out.get(), POLLIN, [&](short) { log.emplace_back("third"); });
+  loop.watch(data.get(), POLLIN, [&, long_text](short) {
+    loop.watch(data.get(), POLLIN, [&](short) { log.emplace_back("second"); });
+    loop.unwatch(data.get());
+    loop.watch(data.get(), POLLIN, [&](short) { log.emplace_back("third"); });
     log.push_back(long_text.substr(0, 1));
   });
   loop.process();
@@ -285,25 +232,6 @@ TEST_F(EventLoopTest, APostRunsTheOthersInsideItself) {
   EXPECT_THAT(log, ElementsAre("outer", "inner", "outer ends"));
 }
 
-TEST_F(EventLoopTest, SignalsDoNotShortenAWait) {
-  struct sigaction action {};
-  struct sigaction before {};
-  action.sa_handler = [](int) {};
-  ASSERT_EQ(::sigaction(SIGUSR1, &action, &before), 0);
-  const pthread_t self = ::pthread_self();
-  std::thread sender([self] {
-    for (int i = 0; i < 5; ++i) {
-      std::this_thread::sleep_for(milliseconds(2));
-      ::pthread_kill(self, SIGUSR1);
-    }
-  });
-  const auto start = EventLoop::Clock::now();
-  loop.wait(milliseconds(30));
-  EXPECT_GE(EventLoop::Clock::now() - start, milliseconds(30));
-  sender.join();
-  ::sigaction(SIGUSR1, &before, nullptr);
-}
-
 TEST_F(EventLoopTest, StopEndsTheInnermostRunAlsoWhenItComesBefore) {
   loop.stop();
   loop.run();
@@ -319,27 +247,21 @@ TEST_F(EventLoopTest, StopEndsTheInnermostRunAlsoWhenItComesBefore) {
 }
 
 TEST(EventLoopPosterTest, OutlivesTheLoop) {
-  std::optional<EventLoop> loop(std::in_place);
-  const EventLoop::Poster poster = loop->poster();
-  const auto held = std::make_shared<int>(0);
-  loop->post([held] { FAIL(); });
-  loop.reset();
-  EXPECT_EQ(held.use_count(), 1) << "the loop must drop what it didn't run";
-  poster.post([held] { FAIL(); });
-  EXPECT_EQ(held.use_count(), 1);
-}
-
-TEST(EventLoopPosterTest, ADroppedCallMayPost) {
-  std::optional<EventLoop> loop(std::in_place);
   struct PostsAtItsEnd {
-    explicit PostsAtItsEnd(EventLoop::Poster p) : poster(std::move(p)) {}
     ~PostsAtItsEnd() {
       poster.post([] {});
     }
     EventLoop::Poster poster;
   };
-  loop->post([last = std::make_shared<PostsAtItsEnd>(loop->poster())] {});
+  std::optional<EventLoop> loop(std::in_place);
+  const EventLoop::Poster poster = loop->poster();
+  const auto held = std::make_shared<PostsAtItsEnd>(poster);
+  loop->post([held] { FAIL(); });
+  loop->post([last = std::make_shared<PostsAtItsEnd>(poster)] {});
   loop.reset();
+  EXPECT_EQ(held.use_count(), 1) << "the loop must drop what it didn't run";
+  poster.post([held] { FAIL(); });
+  EXPECT_EQ(held.use_count(), 1);
 }
 
 }  // namespace

@@ -4,56 +4,30 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 
 namespace plexum::posix::test {
 
-SystemCalls system_calls;
-int last_sender = -1;
+Interposed interposed;
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-bool own_ports = false;
-
-bool clock_stands = false;
-Clock::time_point standing_time;
-
-std::mutex mutex;
-std::condition_variable changed;
-bool slow = false;
-int hanging = 0;
+std::atomic<bool> slow = false;
+std::atomic<int> hanging_look_ups = 0;
 
 }  // namespace
 
-OwnPorts::OwnPorts() { own_ports = true; }
-OwnPorts::~OwnPorts() { own_ports = false; }
-
-StandingClock::StandingClock() {
-  standing_time = Clock::now();
-  clock_stands = true;
-}
-StandingClock::~StandingClock() { clock_stands = false; }
-void StandingClock::advance(std::chrono::milliseconds time) { standing_time += time; }
-
-SlowNames::SlowNames() {
-  const std::scoped_lock lock(mutex);
-  slow = true;
-}
+SlowNames::SlowNames() { slow = true; }
 SlowNames::~SlowNames() {
-  std::unique_lock lock(mutex);
   slow = false;
-  changed.notify_all();
-  changed.wait(lock, [] { return test::hanging == 0; });
+  slow.notify_all();
+  while (const int left = hanging_look_ups) hanging_look_ups.wait(left);
 }
-int SlowNames::hanging() {
-  const std::scoped_lock lock(mutex);
-  return test::hanging;
-}
+int SlowNames::hanging() { return hanging_look_ups; }
 
 // NOLINTBEGIN: the linker's names
 extern "C" {
@@ -64,24 +38,23 @@ int __real_connect(int, const sockaddr*, socklen_t);
 int __real_getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**);
 
 ssize_t __wrap_send(int descriptor, const void* bytes, size_t size, int flags) {
-  ++system_calls.sends;
-  last_sender = descriptor;
+  if (descriptor == interposed.client) interposed.calls.emplace_back("send");
   return __real_send(descriptor, bytes, size, flags);
 }
 
 ssize_t __wrap_recv(int descriptor, void* bytes, size_t size, int flags) {
-  ++system_calls.receives;
+  if (descriptor == interposed.client) interposed.calls.emplace_back("recv");
   return __real_recv(descriptor, bytes, size, flags);
 }
 
 int __wrap_ppoll(pollfd* slots, nfds_t count, const timespec* timeout, const sigset_t* signals) {
-  ++system_calls.polls;
+  interposed.calls.emplace_back("ppoll");
   return __real_ppoll(slots, count, timeout, signals);
 }
 
 int __wrap_connect(int descriptor, const sockaddr* address, socklen_t length) {
-  ++system_calls.connects;
-  if (own_ports) ::bind(descriptor, address, length);
+  interposed.client = descriptor;
+  if (interposed.connects_to_itself) ::bind(descriptor, address, length);
   return __real_connect(descriptor, address, length);
 }
 
@@ -99,11 +72,10 @@ int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* hi
     return 0;
   }
   if (std::string(name) == "slow.invalid") {
-    std::unique_lock lock(mutex);
-    ++hanging;
-    changed.wait(lock, [] { return !slow; });
-    --hanging;
-    changed.notify_all();
+    ++hanging_look_ups;
+    slow.wait(true);
+    --hanging_look_ups;
+    hanging_look_ups.notify_all();
   }
   return EAI_NONAME;
 }
@@ -113,8 +85,8 @@ Clock::time_point real_now() __asm__("__real__ZNSt6chrono3_V212steady_clock3nowE
 Clock::time_point wrapped_now() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
 
 Clock::time_point wrapped_now() {
-  if (!clock_stands) return real_now();
-  return standing_time += std::chrono::nanoseconds(1);
+  if (!interposed.time) return real_now();
+  return *interposed.time += std::chrono::nanoseconds(1);
 }
 // NOLINTEND
 

@@ -1,41 +1,22 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
 
 // The linker leads calls of this test program to the system through functions of its own, which
-// count them, answer names without a name server, and can let the steady clock stand.
+// note them, answer names without a name server, and do what is told here.
 namespace plexum::posix::test {
 
-struct SystemCalls {
-  int sends = 0;
-  int receives = 0;
-  int polls = 0;
-  int connects = 0;
-
-  bool operator==(const SystemCalls&) const = default;
+struct Interposed {
+  int client = -1;                  // the descriptor that was connected last
+  std::vector<std::string> calls;   // its send and recv, and ppoll, in their order
+  bool connects_to_itself = false;  // a socket gets the port that it connects to
+  // Where the steady clock stands, but for a nanosecond a question.
+  std::optional<std::chrono::steady_clock::time_point> time;
 };
-extern SystemCalls system_calls;  // those of the loop's thread
-extern int last_sender;           // descriptor of the last send
-
-// While it lives, a socket that connects gets the port that it connects to.
-class OwnPorts {
- public:
-  OwnPorts();
-  OwnPorts(const OwnPorts&) = delete;
-  OwnPorts& operator=(const OwnPorts&) = delete;
-  ~OwnPorts();
-};
-
-// While it lives, the steady clock stands, but for a nanosecond a question.
-class StandingClock {
- public:
-  StandingClock();
-  StandingClock(const StandingClock&) = delete;
-  StandingClock& operator=(const StandingClock&) = delete;
-  ~StandingClock();
-
-  void advance(std::chrono::milliseconds time);
-};
+extern Interposed interposed;  // of the loop's thread
 
 // Host names but for localhost have no address, with two exceptions: "many.invalid" has 0.0.0.0,
 // 127.0.0.2 and 127.0.0.1, and look-ups of "slow.invalid" hang while a SlowNames lives.
