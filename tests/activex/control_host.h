@@ -58,6 +58,11 @@ class BstrVariable {
   BstrVariable& operator=(const BstrVariable&) = delete;
   ~BstrVariable() { SysFreeString(text_); }
 
+  BstrVariable& operator=(const wchar_t* text) {
+    SysReAllocString(&text_, text);
+    return *this;
+  }
+
   BSTR* operator&() { return &text_; }
   [[nodiscard]] BSTR get() const { return text_; }
   [[nodiscard]] std::wstring text() const {

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""registration_test.py SCRIPT_WINE PREFIX OCX64 OCX32: registers and unregisters both files in every
-order, for all users and for one, in a Wine prefix of its own, and looks at what the registry holds
-and at what a script host can create."""
+"""registration_test.py SCRIPT_WINE PREFIX BUILD64 BUILD32: registers and unregisters both bitnesses
+of the control in every order, for all users and for one, in a Wine prefix of its own, and looks at
+what the registry holds and at what a script host can create. Where nothing is registered, a host
+with a manifest finds the control nonetheless."""
 import os
 import subprocess
 import sys
@@ -12,8 +13,9 @@ CLASS = r"CLSID\{64643F6A-8FA8-46F5-84E0-D4FE4F73595C}"
 TYPE_LIBRARY = r"TypeLib\{ACD85100-F31F-49C6-B8A9-20E8DDA5729C}"
 INTERFACE = r"Interface\{C2157FE1-6F89-4F61-B560-4E51AF201512}"
 
-wine, prefix, *files = sys.argv[1:]
-FILES = dict(zip((64, 32), files))
+wine, prefix, *folders = sys.argv[1:]
+FILES = {bits: os.path.join(folder, "PlexumLink.ocx") for bits, folder in zip((64, 32), folders)}
+MANIFEST_HOSTS = [os.path.join(folder, "activex_manifest_tests.exe") for folder in folders]
 os.environ["PLEXUM_WINEPREFIX"] = prefix
 
 
@@ -103,10 +105,13 @@ def for_one_user():
 
 
 def main():
-    for path in files:
+    for path in [*FILES.values(), *MANIFEST_HOSTS]:
         demand(os.path.exists(path), f"{path} isn't built; both bitnesses are tested together")
     try:
         demand(not ours(), f"{prefix} isn't fresh:\n" + "\n".join(ours()))
+        for host in MANIFEST_HOSTS:
+            done = run(host)
+            demand(done.returncode == 0, f"{host}: {done.stdout}{done.stderr}")
         with tempfile.TemporaryDirectory() as folder:
             script = os.path.join(folder, "create.vbs")
             with open(script, "w", encoding="ascii") as file:
