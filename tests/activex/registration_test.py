@@ -104,25 +104,35 @@ def for_one_user():
     demand(done.returncode != 0, "an unknown command line is refused")
 
 
+def by_manifest():
+    for host in MANIFEST_HOSTS:
+        done = run(host)
+        demand(done.returncode == 0, f"{host}: {done.stdout}{done.stderr}")
+
+
+def clean_up():
+    """Also of what a run that was broken off has left."""
+    for bits in (64, 32):
+        run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", FILES[bits])
+        run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", "/n", "/i:user", FILES[bits])
+
+
 def main():
     for path in [*FILES.values(), *MANIFEST_HOSTS]:
         demand(os.path.exists(path), f"{path} isn't built; both bitnesses are tested together")
     try:
+        clean_up()
         demand(not ours(), f"{prefix} isn't fresh:\n" + "\n".join(ours()))
-        for host in MANIFEST_HOSTS:
-            done = run(host)
-            demand(done.returncode == 0, f"{host}: {done.stdout}{done.stderr}")
         with tempfile.TemporaryDirectory() as folder:
             script = os.path.join(folder, "create.vbs")
             with open(script, "w", encoding="ascii") as file:
                 file.write('WScript.Echo "TZEIT " & CreateObject("Plexum.PlexumLink").Tzeit\n')
             for_all_users(script)
         for_one_user()
+        # Last, because Wine registers the type library by itself when it marshals by it.
+        by_manifest()
     finally:
-        for bits in (64, 32):
-            if os.path.exists(FILES[bits]):
-                run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", FILES[bits])
-                run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", "/n", "/i:user", FILES[bits])
+        clean_up()
         run("--stop")
     print("registered and unregistered in every order")
 
