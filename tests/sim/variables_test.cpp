@@ -18,7 +18,7 @@ struct Case {
 TEST(Variables, ReadsEveryAreaAndType) {
   const Case cases[] = {
       // clang-format off
-      //                      fn n  spec     ts count db    ar address
+      //                      fn n  syntax   ts count db    ar address
       {"DB, BYTE",           "04 01 12 0A 10 02 00 04 00 01 84 00 00 08", "", "04 01 | FF 04 00 20 01 02 03 04"},
       {"DB, BIT",            "04 01 12 0A 10 01 00 01 00 01 84 00 01 22", "", "04 01 | FF 03 00 01 01"},
       {"DB, CHAR",           "04 01 12 0A 10 03 00 05 00 01 84 00 01 40", "", "04 01 | FF 09 00 05 'Hello'"},
