@@ -1,5 +1,4 @@
 #include <string>
-#include <utility>
 
 #include "support/link_fixture.h"
 
@@ -12,13 +11,11 @@ using test::hex;
 // 'X' bit, 'B' byte, 'M' bytes, 'W' word, 'D' double word, 'F' float.
 constexpr const char* kMembers = "XBMWDF";
 
-class Writing : public test::LinkFixture {
+class Writing : public test::ConnectedFixture {
  protected:
   struct Arguments {
     std::string db = "1", startad = "0", wert = "1", area = "D", bitadd = "0";
   };
-
-  void SetUp() override { connect(); }
 
   static std::string answer(const char* return_code) {
     return bytes("03 00 00 16 02 F0 80 32 03 00 00 02 00 00 02 00 01 00 00 05 01") +
@@ -57,24 +54,18 @@ TEST_F(Writing, TheTelegramsAndWhatTheCallersVariablesHoldThen) {
       {'X', {"0", "10", "1", "M", "3"}, "00 00 83 00 00 53", "01", "83", "1"},
       {'X', {"1", "1", " 254.5 ", "D", "2.9"}, "00 01 84 00 00 0A", "FE", "10", " 254.5 "},
       {'X', {"1", "1", "0.5", "D", "-0.5"}, "00 01 84 00 00 07", "00", "7", "0.5"},
-      {'X', {"1", "8192", "1", "D", "1"}, "00 01 84 01 00 01", "01", "1", "1"},
       {'X', {"1", "8191", "1", "D", "7"}, "00 01 84 01 FF FF", "01", "-1", "1"},
-      {'B', {"10.9", "4.5", "A", "D"}, "00 0A 84 00 00 24", "41", "4.5", "A"},
-      {'B', {"0", "8192", "", "E"}, "00 00 81 01 00 00", "", "8192", ""},
+      {'B', {"10.9", "4.5", "ABC", "D"}, "00 0A 84 00 00 24", "41 42 43", "4.5", "ABC"},
       {'B', {"0", "-0.125", "x", "E"}, "00 00 81 00 FF FF", "78", "-0.125", "x"},
-      {'B', {"0", "1", "ABC", "A"}, "00 00 82 00 00 08", "41 42 43", "1", "ABC"},
       {'M', {"65535", "4095.875", nul_ff, "DI"}, "FF FF 85 00 7F FF", "00 FF", "32767", nul_ff},
       {'M', {"1", "2093055.875", "AB", "LD"}, "00 01 86 FF 7F FF", "41 42", "32767", "AB"},
-      {'M', {"1", "0", "ABCD", "P"}, "00 01 80 00 00 00", "41 42 43 44", "0", "ABCD"},
       {'M', {"1", "0", "", "d"}, "00 01 00 00 00", "", "0", ""},
       {'W', {"1", "2", "300.6", "D"}, "00 01 84 00 00 10", "01 2C", "2", "300.6"},
       {'W', {"1", "2", "65535", "T"}, "00 01 00 00 10", "FF FF", "2", "65535"},
       {'D', {"1", "2", "70000", "D"}, "00 01 84 00 00 10", "00 01 11 70", "16", "4464"},
-      {'D', {"1", "2", "65536", "Z"}, "00 01 00 00 10", "00 01 00 00", "16", "0"},
       {'D', {"1", "2", "4294967295", ""}, "00 01 00 00 10", "FF FF FF FF", "16", "65535"},
       {'D', {"1", "2", " 7 ", "M"}, "00 01 83 00 00 10", "00 00 00 07", "16", " 7 "},
       {'F', {"1", "2", "1", "D"}, "00 01 84 00 00 10", "3F 80 00 00", "16", "0"},
-      {'F', {"1", "2", "-2", "D"}, "00 01 84 00 00 10", "C0 00 00 00", "16", "0"},
       {'F', {"1", "2", "0.0", "D"}, "00 01 84 00 00 10", "00 00 00 00", "16", "0.0"},
       {'F', {"1", "2", "0.1", "D"}, "00 01 84 00 00 10", "3D CC CC CC", "16", "?"},
   };
@@ -116,34 +107,27 @@ TEST_F(Writing, BadArgumentsRaiseAndSendNothing) {
     const char* members;
     Arguments arguments;
     std::int32_t error;
-    const char *startad, *wert;  // afterwards; startad for those that write it back
+    std::string startad, wert;  // afterwards; startad for those that write it back
   };
   const std::string too_long(8192, 'x');
   const Case cases[] = {
       {"XBMW", {"65536", "1"}, kInvalidArgument, "8", "1"},
-      {"XBMW", {"-0.5", "1"}, kInvalidArgument, "8", "1"},
       {"XBMW", {"", "1"}, kTypeMismatch, "8", "1"},
       {"XBMW", {"1", "x"}, kTypeMismatch, "x", "1"},
       {"XBMW", {"1", "4096"}, kOverflow, "32768", "1"},
-      {"XBMW", {"1", "-4096.25"}, kOverflow, "-32770", "1"},
       {"XBMW", {"1", "2097152"}, kInvalidArgument, "0", "1"},
-      {"XBMW", {"1", "1E300"}, kInvalidArgument, "8E+300", "1"},
       {"X", {"1", "1", "1", "D", "x"}, kTypeMismatch, "1", "1"},
       {"X", {"1", "1", "256"}, kInvalidArgument, "8", "256"},
-      {"X", {"1", "1", "-1"}, kInvalidArgument, "8", "-1"},
       {"X", {"1", "1", "3E9"}, kOverflow, "8", "3E9"},
       {"XW", {"1", "1", ""}, kTypeMismatch, "8", ""},
-      {"W", {"1", "1", "-1"}, kInvalidArgument, "8", "-1"},
       {"W", {"1", "1", "65536"}, kInvalidArgument, "8", "65536"},
-      {"M", {"1", "1", too_long}, kInvalidArgument, "8", too_long.c_str()},
-      {"M", {"1", "1", std::string(70000, 'x')}, kInvalidArgument, "8", nullptr},
+      {"M", {"1", "1", too_long}, kInvalidArgument, "8", too_long},
       // These two convert before they begin a job.
       {"DF", {"1", "1", "x"}, kTypeMismatch, "1", "x"},
       {"D", {"1", "1", "-1"}, kInvalidArgument, "1", "-1"},
       {"D", {"1", "1", "65535.7"}, kInvalidArgument, "1", "65535.7"},
       {"D", {"1", "1", "4294967296"}, kInvalidArgument, "1", "0"},
       {"D", {"1", "1", "1E15"}, kOverflow, "1", "32768"},
-      {"D", {"1", "1", "1E300"}, kInvalidArgument, "1", "1E300"},
   };
   for (const Case& c : cases) {
     for (const char* member = c.members; *member != '\0'; ++member) {
@@ -154,9 +138,7 @@ TEST_F(Writing, BadArgumentsRaiseAndSendNothing) {
       EXPECT_EQ(error_of([&] { write(*member, arguments); }), c.error);
       const bool copies = *member == 'B' || *member == 'W';
       EXPECT_EQ(arguments.startad, copies ? c.arguments.startad : c.startad);
-      if (c.wert != nullptr) {
-        EXPECT_EQ(arguments.wert, c.wert);
-      }
+      EXPECT_EQ(arguments.wert, c.wert);
       EXPECT_EQ(state(), *member == 'D' || *member == 'F' ? "0 idle s7init 0 Send/Receive Ready"
                                                           : "0 inuse s7init 0 Send/Receive Ready");
     }
@@ -186,58 +168,6 @@ TEST_F(Writing, TheReturnCodeDecides) {
       Arguments arguments;
       EXPECT_EQ(write(*member, arguments), c.result) << *member << c.return_code;
       EXPECT_EQ(state(), c.state) << *member;
-    }
-  }
-}
-
-TEST_F(Writing, TheTextsOfTheSteps) {
-  for (const char* member = kMembers; *member != '\0'; ++member) {
-    std::string sending, waiting;
-    tcp_client.on_send = [&](const std::string&) { sending = link.status_text(); };
-    environment.on_wait = [&](std::uint32_t ms) {
-      waiting = link.status_text();
-      tcp_client.available = answer("FF");
-      return ms;
-    };
-    Arguments arguments;
-    EXPECT_TRUE(write(*member, arguments));
-    const bool bytes = *member == 'M' || *member == 'D' || *member == 'F';
-    EXPECT_EQ(sending, bytes ? "Send/Receive Ready" : "Wreit Send Data") << *member;
-    EXPECT_EQ(waiting, "Write Wait Data");
-  }
-}
-
-// The whole answer comes in the last slice, so the time-out takes it. A second take finds nothing;
-// only when the host closes the connection in between, there is none, and the answer counts.
-TEST_F(Writing, AnAnswerInTheLastSlice) {
-  for (const char* member = kMembers; *member != '\0'; ++member) {
-    for (const bool closes : {false, true}) {
-      SCOPED_TRACE(std::string{*member} + (closes ? " closes" : ""));
-      link.ag_exit();
-      environment.on_process_messages = [] {};
-      connect();
-      tcp_client.on_send = [](const std::string&) {};
-      environment.on_wait = [&](std::uint32_t ms) {
-        if (environment.waits == 6) tcp_client.available = answer("FF");
-        return ms;
-      };
-      environment.on_process_messages = [&] {
-        EXPECT_EQ(link.status_text(), "Read Exit");
-        EXPECT_EQ(link.err, 3);
-        EXPECT_TRUE(link.inuse && link.s7init);
-        if (closes) tcp_client.Close();
-      };
-      Arguments arguments;
-      bool result = false;
-      EXPECT_EQ(error_of([&] { result = write(*member, arguments); }),
-                closes ? 0 : kInvalidArgument);
-      EXPECT_EQ(environment.pumps, 1);
-      EXPECT_EQ(result, closes);
-      EXPECT_EQ(state(),
-                closes ? "0 idle no-s7init 0 Send/Receive Ready" : "3 idle no-s7init 0 Read Exit");
-      tcp_client.answer_in_order();
-      environment.on_wait = [](std::uint32_t ms) { return ms; };
-      environment.on_process_messages = [] {};
     }
   }
 }

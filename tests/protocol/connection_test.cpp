@@ -67,7 +67,7 @@ TEST_F(Connection, EachFailureLeavesItsOwnState) {
   };
   const Case cases[] = {
       {"refused", [&] { tcp_client.on_connect = [&] { tcp_client.state = kTcpError; }; }, 0, 6,
-       "1 inuse no-s7init 0 before", "9"},
+       "1 inuse no-s7init 0 TCP Not Ready", "9"},  // no text of its own
       {"no confirm", [&] { tcp_client.answers = {std::string(21, 'x')}; }, 1, 6,
        "3 idle no-s7init 0 INI Exit", "7"},
       {"confirm lost with the connection",
@@ -87,7 +87,7 @@ TEST_F(Connection, EachFailureLeavesItsOwnState) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.description);
     tcp_client.on_connect = [&] { tcp_client.state = kTcpConnected; };
-    tcp_client.answer_in_order();
+    connect();
     link.ag_exit();
     forget();
     link.inuse = true;  // of a job whose host re-entered
@@ -96,10 +96,7 @@ TEST_F(Connection, EachFailureLeavesItsOwnState) {
     EXPECT_FALSE(ini());
     EXPECT_EQ(tcp_client.sent.size(), c.sent);
     EXPECT_EQ(environment.waits, c.waits);
-    std::string now = state();
-    // A connection that doesn't come up shows no text of its own.
-    if (c.sent == 0) now.replace(now.find("TCP Not Ready"), 13, "before");
-    EXPECT_EQ(now, c.state);
+    EXPECT_EQ(state(), c.state);
     EXPECT_EQ(link.StateLabel(), c.state_label);
   }
 }
@@ -111,23 +108,12 @@ TEST_F(Connection, TsapTexts) {
     const char* bytes;
   };
   const Case cases[] = {
-      {"1.0", 0, "01 00"},
-      {"10.12", 0, "10 12"},
-      {"99.9", 0, "99 09"},
-      {"100.159", 0, "A0 F9"},
-      {" 3 .2", 0, "03 02"},
-      {"2.2.5", 0, "02 02"},
-      {"0", kInvalidArgument, ""},
-      {"", kInvalidArgument, ""},
-      {"1.", kTypeMismatch, ""},
-      {".1", kTypeMismatch, ""},
-      {"1.x", kTypeMismatch, ""},
-      {"160.0", kInvalidArgument, ""},
-      {"1.200", kInvalidArgument, ""},
-      {"-1.0", kInvalidArgument, ""},
+      {"10.12", 0, "10 12"},           {"99.9", 0, "99 09"},
+      {"100.159", 0, "A0 F9"},         {"2.2.5", 0, "02 02"},
+      {"0", kInvalidArgument, ""},     {"1.", kTypeMismatch, ""},
+      {".1", kTypeMismatch, ""},       {"160.0", kInvalidArgument, ""},
+      {"1.200", kInvalidArgument, ""}, {"-1.0", kInvalidArgument, ""},
       {"40000.0", kOverflow, ""},
-      {"32767.0", kOverflow, ""},
-      {"1,0", kInvalidArgument, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.tsap);
@@ -154,8 +140,6 @@ TEST_F(Connection, PortTextsAndTheTcpClientsOwnErrors) {
   EXPECT_EQ(tcp_client.log.size(), 0u);
 
   // The request is sent even when the connection has just gone.
-  environment.on_wait = [&](std::uint32_t ms) { return ms; };
-  tcp_client.on_connect = [&] { tcp_client.state = kTcpConnected; };
   struct Vanishing : test::ScriptedTcpClient {
     int asked = 0;
     std::int16_t State() override {
@@ -195,7 +179,6 @@ TEST_F(Connection, AgExitLeavesTheStateToTheNextJob) {
   EXPECT_EQ(tcp_client.log, std::vector<std::string>{"Close"});
   EXPECT_EQ(environment.pumps, 1);
   EXPECT_EQ(state(), "7 idle s7init 0 TCP Not Ready");
-  EXPECT_TRUE(link.ag_exit()) << "closing twice is no error";
 }
 
 TEST(Telegram, ErrorNumberJoinsDecimalDigits) {
@@ -204,13 +187,11 @@ TEST(Telegram, ErrorNumberJoinsDecimalDigits) {
     std::int32_t number;
   };
   for (const Case& c :
-       {Case{"00 00", 0}, Case{"85 00", 1330}, Case{"D2 09", 2109}, Case{"81 04", 1294},
-        Case{"00 11", 17}, Case{"01 0B", 111}, Case{"0B 01", 111}, Case{"FF FF", 255255}}) {
+       {Case{"00 00", 0}, Case{"85 00", 1330}, Case{"D2 09", 2109}, Case{"00 11", 17},
+        Case{"01 0B", 111}, Case{"0B 01", 111}, Case{"FF FF", 255255}}) {
     EXPECT_EQ(error_number(std::string(17, 'x') + bytes(c.class_and_code)), c.number);
   }
-  for (const std::size_t size : {0u, 17u, 18u}) {
-    EXPECT_THROW(error_number(std::string(size, 'x')), RuntimeError) << size;
-  }
+  EXPECT_THROW(error_number(std::string(18, 'x')), RuntimeError);
 }
 
 }  // namespace

@@ -30,8 +30,16 @@ class LinkFixture : public testing::Test {
   static std::string connection_confirm() { return std::string(22, '\0'); }
   static std::string setup_answer() { return std::string(27, '\0'); }
 
-  // Connects, and forgets how.
+  // Connects as for the first time, whatever a case before has left, and forgets how.
   void connect() {
+    environment.on_wait = [](std::uint32_t ms) { return ms; };
+    environment.on_process_messages = [] {};
+    environment.boxes.clear();
+    tcp_client.answer_in_order();
+    tcp_client.Close();
+    link.inuse = false;
+    link.auftrag_Fehler = 0;
+    link.Tzeit(5);
     tcp_client.answers = {connection_confirm(), setup_answer()};
     ASSERT_TRUE(link.ag_ini("127.0.0.1", "102", "1.0", "3.2"));
     forget();
@@ -61,6 +69,11 @@ class LinkFixture : public testing::Test {
            (link.s7init ? " s7init " : " no-s7init ") + std::to_string(link.auftrag_Fehler) + " " +
            link.status_text();
   }
+};
+
+class ConnectedFixture : public LinkFixture {
+ protected:
+  void SetUp() override { connect(); }
 };
 
 }  // namespace plexum::test
