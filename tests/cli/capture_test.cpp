@@ -3,10 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <deque>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -33,289 +34,147 @@ const std::string kSetupAnswer =
 // An answer to a read of so many bytes, longer than any segment if need be.
 std::string read_answer(std::size_t count) {
   std::string answer =
-      bytes("03 00 00 00 | 02 F0 80 | 32 03 00 00 05 00 00 02 00 00 00 00 | 04 01");
-  answer[15] = static_cast<char>((count + 4) >> 8);
-  answer[16] = static_cast<char>(count + 4);
-  answer += bytes("FF 04") + static_cast<char>(count * 8 >> 8) + static_cast<char>(count * 8);
-  answer += std::string(count, 'x');
-  answer[2] = static_cast<char>(answer.size() >> 8);
-  answer[3] = static_cast<char>(answer.size());
+      bytes("03 00 00 00 | 02 F0 80 | 32 03 00 00 05 00 00 02 00 00 00 00 | 04 01 | FF 04 00 00");
+  const auto put_word = [&answer](std::size_t at, std::size_t value) {
+    answer[at] = static_cast<char>(value >> 8);
+    answer[at + 1] = static_cast<char>(value);
+  };
+  put_word(2, answer.size() + count);
+  put_word(15, count + 4);
+  put_word(23, count * 8);
+  for (std::size_t i = 0; i < count; ++i) answer += static_cast<char>(i * 7 + i / 251);
   return answer;
 }
 
-std::uint32_t big_endian(const std::string& data, std::size_t at, std::size_t length) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < length; ++i) {
-    value = value << 8 | static_cast<unsigned char>(data.at(at + i));
-  }
-  return value;
-}
-
-std::uint32_t little_endian(const std::string& data, std::size_t at) {
-  std::string turned = data.substr(at, 4);
-  return big_endian({turned.rbegin(), turned.rend()}, 0, 4);
-}
-
-// The ones' complement sum of all words: 0xFFFF over anything that carries a right checksum.
-std::uint32_t ones_complement_sum(std::string data) {
-  if (data.size() % 2 != 0) data += '\0';
-  std::uint32_t sum = 0;
-  for (std::size_t i = 0; i < data.size(); i += 2) sum += big_endian(data, i, 2);
-  while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
-  return sum;
-}
-
-struct Segment {
-  std::string from;  // address, as in the packet
-  std::string to;
-  std::uint32_t from_port = 0;
-  std::uint32_t to_port = 0;
-  std::uint32_t sequence = 0;
-  std::uint32_t acknowledged = 0;
-  std::uint32_t flags = 0;
-  std::string data;
-};
-
-Segment parse_frame(const std::string& frame) {
-  Segment parsed;
-  const bool ipv4 = big_endian(frame, 12, 2) == 0x0800;
-  const std::size_t address_size = ipv4 ? 4 : 16;
-  const std::string packet = frame.substr(14);
-  const std::size_t header_size = ipv4 ? 20 : 40;
-  if (ipv4) {
-    EXPECT_EQ(big_endian(packet, 0, 2), 0x4500u);
-    EXPECT_EQ(big_endian(packet, 2, 2), packet.size());
-    EXPECT_EQ(ones_complement_sum(packet.substr(0, header_size)), 0xFFFFu);
-  } else {
-    EXPECT_EQ(big_endian(frame, 12, 2), 0x86DDu);
-    EXPECT_EQ(big_endian(packet, 4, 2), packet.size() - header_size);
-  }
-  const std::size_t addresses = header_size - 2 * address_size;
-  parsed.from = packet.substr(addresses, address_size);
-  parsed.to = packet.substr(addresses + address_size, address_size);
-
-  const std::string tcp = packet.substr(header_size);
-  const std::string pseudo_header = parsed.from + parsed.to + std::string("\0\x06", 2) +
-                                    static_cast<char>(tcp.size() >> 8) +
-                                    static_cast<char>(tcp.size());
-  EXPECT_EQ(ones_complement_sum(pseudo_header + tcp), 0xFFFFu);
-  parsed.from_port = big_endian(tcp, 0, 2);
-  parsed.to_port = big_endian(tcp, 2, 2);
-  parsed.sequence = big_endian(tcp, 4, 4);
-  parsed.acknowledged = big_endian(tcp, 8, 4);
-  parsed.flags = big_endian(tcp, 13, 1);
-  parsed.data = tcp.substr(20);
-  return parsed;
-}
-
-class CaptureTest : public ::testing::Test {
- protected:
-  CaptureTest() {
-    const std::string name = std::string("CaptureTest.") +
-                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    const std::string collected = test::capture_path(name);
-    path_ = collected.empty() ? ::testing::TempDir() + name + ".pcap" : collected;
-  }
-
-  [[nodiscard]] std::string content() const {
-    std::ostringstream bytes_of_file;
-    bytes_of_file << std::ifstream(path_, std::ios::binary).rdbuf();
-    return bytes_of_file.str();
-  }
-
-  [[nodiscard]] std::vector<Segment> segments() const {
-    const std::string file = content();
-    std::vector<Segment> found;
-    for (std::size_t at = 24; at < file.size();) {
-      const std::uint32_t length = little_endian(file, at + 8);
-      EXPECT_EQ(little_endian(file, at + 12), length);
-      EXPECT_LT(little_endian(file, at + 4), 1000000u);
-      found.push_back(parse_frame(file.substr(at + 16, length)));
-      at += 16 + length;
-    }
-    return found;
-  }
+// A client whose connections to a scripted PLC are captured.
+struct CapturedClient {
+  explicit CapturedClient(CaptureFile& file) : client(plc, file) {}
 
   // Connects, sets up S7 communication, and takes one answer of `size` bytes of data.
-  void hold_a_dialogue(TcpClient& client, const std::string& host, std::int32_t port,
-                       std::size_t size) {
-    inner_.answers = {kConnectConfirm, kSetupAnswer, read_answer(size)};
+  void hold_a_dialogue(const std::string& host, std::size_t size) {
+    plc.answers = {kConnectConfirm, kSetupAnswer};
     client.RemoteHost(host);
-    client.RemotePort(port);
+    client.RemotePort(102);
     client.Connect();
     EXPECT_EQ(client.State(), kTcpConnected);
     client.SendData(kConnectRequest);
     EXPECT_EQ(client.GetData(), kConnectConfirm);
     client.SendData(kSetup);
     EXPECT_EQ(client.GetData(), kSetupAnswer);
-    inner_.available = read_answer(size);
+    plc.available = read_answer(size);
     EXPECT_EQ(client.GetData(), read_answer(size));
   }
 
-  [[nodiscard]] int check_with_tshark() const {
-    return std::system(("python3 " PLEXUM_CHECK_CAPTURES " '" + path_.string() + "'").c_str());
+  test::ScriptedTcpClient plc;
+  CapturingTcpClient client;
+};
+
+// A capture, which is read while it is still open.
+class CaptureTest : public ::testing::Test {
+ protected:
+  std::string content() {
+    std::ifstream file(path_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  std::filesystem::path path_;
-  test::ScriptedTcpClient inner_;
+  // What tshark finds in the segments that pass its display filter: a line of fields each.
+  std::vector<std::string> decoded(const std::string& filter, const std::string& fields) {
+    const std::string command = "tshark -n -r '" + path_ + "' -Y '" + filter +
+                                "' -T fields -E separator=/s " + fields + " 2>/dev/null";
+    std::FILE* const output = ::popen(command.c_str(), "r");
+    std::vector<std::string> lines;
+    char line[256];
+    while (std::fgets(line, sizeof line, output) != nullptr) {
+      lines.emplace_back(line);
+      lines.back().pop_back();
+    }
+    EXPECT_EQ(::pclose(output), 0) << command;
+    return lines;
+  }
+
+  static std::string path() {
+    const std::string name = std::string("CaptureTest.") +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    const std::string collected = test::capture_path(name);
+    return collected.empty() ? ::testing::TempDir() + name + ".pcap" : collected;
+  }
+
+  const std::string path_ = path();
+  CaptureFile file_{path_};
 };
 
 TEST_F(CaptureTest, StartsWithTheHeaderOfAPcapFile) {
-  const CaptureFile file(path_.string());
   EXPECT_EQ(test::hex(content()),
             "D4 C3 B2 A1 02 00 04 00 00 00 00 00 00 00 00 00 00 00 04 00 01 00 00 00");
   EXPECT_THROW(CaptureFile("/nonexistent/x.pcap"), std::system_error);
 }
 
 TEST_F(CaptureTest, EveryByteIsNumberedAndAcknowledged) {
-  {
-    CaptureFile file(path_.string());
-    CapturingTcpClient client(inner_, file);
-    hold_a_dialogue(client, "10.0.0.5", 102, 4000);
-    client.Close();
+  const std::string answer = read_answer(4000);
+  CapturedClient(file_).hold_a_dialogue("10.0.0.5", 4000);
+  EXPECT_THAT(
+      decoded("tcp", "-e tcp.srcport -e tcp.flags -e tcp.seq -e tcp.ack -e tcp.len"),
+      ElementsAre("49152 0x0002 0 0 0", "102 0x0012 0 1 0", "49152 0x0010 1 1 0",  // handshake
+                  "49152 0x0018 1 1 22", "102 0x0010 1 23 0",                      // connect
+                  "102 0x0018 1 23 22", "49152 0x0010 23 23 0",                    // confirm
+                  "49152 0x0018 23 23 25", "102 0x0010 23 48 0",                   // setup
+                  "102 0x0018 23 48 27", "49152 0x0010 48 50 0",                   // its answer
+                  "102 0x0018 50 48 1460", "102 0x0018 1510 48 1460", "102 0x0018 2970 48 1105",
+                  "49152 0x0010 48 4075 0",  // the long answer
+                  "49152 0x0011 48 4075 0", "102 0x0011 4075 49 0", "49152 0x0010 49 4076 0"));
+  std::size_t at = 0;
+  for (const std::string& part :
+       {kConnectRequest, kConnectConfirm, kSetup, kSetupAnswer, answer.substr(0, 1460),
+        answer.substr(1460, 1460), answer.substr(2920)}) {
+    at = content().find(part, at);
+    ASSERT_NE(at, std::string::npos) << test::hex(part);
   }
-  const std::vector<Segment> all = segments();
-  ASSERT_GE(all.size(), 6u);
-  EXPECT_EQ(all[0].flags, 0x02u);
-  EXPECT_EQ(all[1].flags, 0x12u);
-  EXPECT_EQ(all[2].flags, 0x10u);
-  EXPECT_EQ(all.back().flags, 0x10u);
-  EXPECT_EQ(all[all.size() - 2].flags, 0x11u);
-  EXPECT_EQ(all[all.size() - 3].flags, 0x11u);
-
-  std::string sent[2];
-  std::uint32_t next[2] = {all[0].sequence, all[1].sequence};
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    const Segment& segment = all[i];
-    const std::size_t side = segment.to_port == 102 ? 0 : 1;
-    EXPECT_EQ((side == 0 ? segment.to : segment.from), bytes("0A 00 00 05"));
-    EXPECT_EQ((side == 0 ? segment.from : segment.to), bytes("C0 00 02 01"));
-    EXPECT_EQ(segment.sequence, next[side]) << "segment " << i;
-    EXPECT_EQ(segment.acknowledged, i == 0 ? 0 : next[1 - side]) << "segment " << i;
-    EXPECT_LE(segment.data.size(), 1460u);
-    next[side] += static_cast<std::uint32_t>(segment.data.size());
-    if ((segment.flags & 0x03) != 0) ++next[side];
-    sent[side] += segment.data;
-  }
-  EXPECT_EQ(sent[0], kConnectRequest + kSetup);
-  EXPECT_EQ(sent[1], kConnectConfirm + kSetupAnswer + read_answer(4000));
 }
 
+// All clients are connected at the same time, and still are when they go.
 TEST_F(CaptureTest, TheEndsAddressesFollowTheHost) {
-  struct Case {
-    const char* host;
-    const char* server;
-    const char* client;
-  };
-  const Case cases[] = {
-      {"192.168.0.1", "C0 A8 00 01", "C0 00 02 01"},
-      {"127.0.0.9", "7F 00 00 09", "7F 00 00 09"},
-      {"plc.example", "C0 00 02 02", "C0 00 02 01"},
-      {"::1", "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01",
-       "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01"},
-      {"fe80::1%eth0", "FE 80 00 00 00 00 00 00 00 00 00 00 00 00 00 01",
-       "20 01 0D B8 00 00 00 00 00 00 00 00 00 00 00 01"},
-  };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.host);
-    {
-      CaptureFile file(path_.string());
-      CapturingTcpClient client(inner_, file);
-      hold_a_dialogue(client, each.host, 102, 2000);
-      client.Close();
-    }
-    const std::vector<Segment> all = segments();
-    ASSERT_FALSE(all.empty());
-    EXPECT_EQ(test::hex(all[0].to), each.server);
-    EXPECT_EQ(test::hex(all[0].from), each.client);
-    EXPECT_EQ(check_with_tshark(), 0);
+  std::deque<CapturedClient> clients;
+  for (const char* host : {"192.168.0.1", "127.0.0.9", "plc.example", "::1", "fe80::1%eth0"}) {
+    clients.emplace_back(file_).hold_a_dialogue(host, 2000);
   }
+  clients.clear();
+  EXPECT_THAT(
+      decoded("tcp.flags == 2", "-e tcp.srcport -e ip.src -e ipv6.src -e ip.dst -e ipv6.dst"),
+      ElementsAre("49152 192.0.2.1  192.168.0.1 ", "49153 127.0.0.9  127.0.0.9 ",
+                  "49154 192.0.2.1  192.0.2.2 ", "49155  ::1  ::1", "49156  2001:db8::1  fe80::1"));
+  EXPECT_EQ(std::system(("python3 " PLEXUM_CHECK_CAPTURES " '" + path_ + "'").c_str()), 0);
 }
 
 TEST_F(CaptureTest, AConnectionEndsByWhoeverEndedIt) {
-  struct Case {
-    const char* name;
-    std::int16_t state;
-    std::vector<std::uint32_t> flags;  // of the last segments
-    bool server_first;
-  };
-  const Case cases[] = {
-      {"the control", kTcpConnected, {0x11, 0x11, 0x10}, false},
-      {"the peer", kTcpPeerClosing, {0x11, 0x11, 0x10}, true},
-      {"a reset", kTcpError, {0x14}, true},
-  };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.name);
-    {
-      CaptureFile file(path_.string());
-      CapturingTcpClient client(inner_, file);
-      hold_a_dialogue(client, "127.0.0.1", 102, 1);
-      inner_.state = each.state;
-      client.Close();
-    }
-    const std::vector<Segment> all = segments();
-    std::vector<std::uint32_t> flags;
-    for (std::size_t i = all.size() - each.flags.size(); i < all.size(); ++i) {
-      flags.push_back(all[i].flags);
-    }
-    EXPECT_EQ(flags, each.flags);
-    EXPECT_EQ(all[all.size() - flags.size()].from_port == 102, each.server_first);
+  CapturedClient captured(file_);
+  for (const std::int16_t state : {kTcpConnected, kTcpPeerClosing, kTcpError}) {
+    captured.hold_a_dialogue("127.0.0.1", 1);
+    captured.plc.state = state;
+    captured.client.Close();
   }
+  EXPECT_THAT(decoded("tcp.flags.fin == 1 or tcp.flags.reset == 1", "-e tcp.srcport -e tcp.flags"),
+              ElementsAre("49152 0x0011", "102 0x0011",  // the control
+                          "102 0x0011", "49153 0x0011",  // the PLC
+                          "102 0x0014"));                // a reset
 }
 
 TEST_F(CaptureTest, WhatTheControlNeverTookIsThere) {
-  {
-    CaptureFile file(path_.string());
-    CapturingTcpClient client(inner_, file);
-    hold_a_dialogue(client, "127.0.0.1", 102, 1);
-    inner_.available = read_answer(7);
-    client.Close();
-    EXPECT_TRUE(file.complete());
-  }
-  std::string received;
-  for (const Segment& segment : segments()) {
-    if (segment.from_port == 102) received += segment.data;
-  }
-  EXPECT_EQ(received, kConnectConfirm + kSetupAnswer + read_answer(1) + read_answer(7));
+  CapturedClient captured(file_);
+  captured.hold_a_dialogue("127.0.0.1", 1);
+  captured.plc.available = read_answer(7);
+  captured.client.Close();
+  EXPECT_TRUE(file_.complete());
+  EXPECT_NE(content().find(read_answer(7)), std::string::npos);
 }
 
 TEST_F(CaptureTest, AConnectionThatNeverCameUpLeavesNothing) {
-  CaptureFile file(path_.string());
-  CapturingTcpClient client(inner_, file);
-  inner_.on_connect = [this] { inner_.state = kTcpError; };
-  client.Connect();
-  EXPECT_EQ(client.State(), kTcpError);
-  client.Close();
-  EXPECT_THROW(client.SendData(kSetup), RuntimeError);
-  EXPECT_EQ(segments().size(), 0u);
-}
-
-TEST_F(CaptureTest, SeveralConnectionsAndClientsShareAFile) {
-  {
-    CaptureFile file(path_.string());
-    CapturingTcpClient client(inner_, file);
-    hold_a_dialogue(client, "127.0.0.1", 102, 10);
-    client.Close();
-    hold_a_dialogue(client, "127.0.0.1", 10102, 10);
-    test::ScriptedTcpClient other_inner;
-    CapturingTcpClient other(other_inner, file);
-    other.RemoteHost("::1");
-    other.RemotePort(2000);
-    other_inner.answers = {kConnectConfirm};
-    other.Connect();
-    other.SendData(kConnectRequest);
-    client.Close();
-    EXPECT_EQ(other.GetData(), kConnectConfirm);
-  }  // ends a connection that is still open
-  std::vector<std::uint32_t> starts;
-  std::vector<std::uint32_t> ends;
-  for (const Segment& segment : segments()) {
-    if (segment.flags == 0x02) starts.push_back(segment.from_port);
-    if (segment.flags == 0x11 && segment.from_port >= 49152) ends.push_back(segment.from_port);
-  }
-  EXPECT_THAT(starts, ElementsAre(49152, 49153, 49154));
-  EXPECT_THAT(ends, ElementsAre(49152, 49153, 49154));
-  EXPECT_EQ(check_with_tshark(), 0);
+  CapturedClient captured(file_);
+  captured.plc.on_connect = [&] { captured.plc.state = kTcpError; };
+  captured.client.Connect();
+  EXPECT_EQ(captured.client.State(), kTcpError);
+  EXPECT_THROW(captured.client.SendData(kSetup), RuntimeError);
+  captured.client.Close();
+  EXPECT_EQ(content().size(), 24u) << "the file's header";
 }
 
 }  // namespace
