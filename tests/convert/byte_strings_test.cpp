@@ -117,17 +117,17 @@ TEST_F(ByteStrings, TakingWordsFollowsTheRoundingOfLargeNumbers) {
 }
 
 TEST_F(ByteStrings, Beyttoword) {
-  struct Case {
+  struct Words {
     std::string wert1, wert2;
     const char *result, *left1;
   };
-  const Case cases[] = {
+  const Words cases[] = {
       {bytes("00"), bytes("05"), "50", "0"},
       {bytes("01"), bytes("02"), "2256", "256"},
       {bytes("12"), bytes("34"), "459072", "4608"},       // 524608 - 65536
       {bytes("FF 01"), bytes("00 02"), "-256", "65280"},  // 065280 - 65536
   };
-  for (const Case& c : cases) {
+  for (const Words& c : cases) {
     std::string wert1 = c.wert1;
     std::string wert2 = c.wert2;
     const std::string result = link.beyttoword(wert1, wert2);
