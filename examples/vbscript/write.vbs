@@ -34,4 +34,5 @@ Report link, "bit 3 of byte 2            ", link.ag_WriteX("10", "2", "1", "D", 
 Report link, "byte in a missing block    ", link.ag_WriteB("99", "0", Chr(1), "D")
 
 link.ag_exit
+WScript.Echo "disconnected"
 WScript.Quit 0

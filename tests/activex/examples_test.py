@@ -13,6 +13,7 @@ word 4660 at byte 0        : written
 double word 70000 at byte 4: written
 bit 3 of byte 2            : written
 byte in a missing block    : refused, err 10
+disconnected
 """
 READ = """\
 connected to 127.0.0.1

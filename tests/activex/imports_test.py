@@ -1,14 +1,18 @@
 #!/usr/bin/env python3
 """imports_test.py OBJDUMP FILE LIST: holds the functions that a Windows file imports against the
 list of those that the oldest supported Windows has. A newer one, or a DLL that isn't the system's,
-would keep the file from loading there, and Wine wouldn't notice."""
+would keep the file from loading there, and Wine wouldn't notice. Holds the file's hardening, too."""
 import re
 import subprocess
 import sys
 
 
+def headers(objdump, path):
+    return subprocess.run([objdump, "-p", path], check=True, capture_output=True, text=True).stdout
+
+
 def imports(objdump, path):
-    dump = subprocess.run([objdump, "-p", path], check=True, capture_output=True, text=True).stdout
+    dump = headers(objdump, path)
     table = dump[dump.index("The Import Tables"):].split("The Export Tables")[0]
     library = None
     for line in table.splitlines():
@@ -42,7 +46,13 @@ def main():
         print(f"not known to be in Windows 7: {entry}")
     if unknown:
         sys.exit(f"look up each one's minimum version; if it is no newer, add it to {list_path}")
-    print(f"{len(found)} imports, all known")
+    flags = headers(objdump, path)
+    wanted = ["DYNAMIC_BASE", "NX_COMPAT"]
+    if "pei-x86-64" in flags:
+        wanted.append("HIGH_ENTROPY_VA")
+    if missing := [flag for flag in wanted if flag not in flags]:
+        sys.exit(f"the file's hardening lacks {missing}")
+    print(f"{len(found)} imports, all known; {', '.join(wanted)}")
 
 
 main()
