@@ -142,7 +142,7 @@ TEST_F(RequestCycle, TheGuardsRefusals) {
     if (job.kind == kRead) continue;  // with rules of their own
     SCOPED_TRACE(job.name);
     const std::string refused = job.kind <= kWrite ? "false: " : "empty: ";
-    const std::string count = job.kind >= kRepeated ? "0" : "9";
+    const char* const count = job.kind >= kRepeated ? "0" : "9";
     // An err of an earlier job.
     connect_anew();
     link.err = 7;
