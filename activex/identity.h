@@ -16,6 +16,11 @@ inline constexpr DWORD kMiscStatus = OLEMISC_RECOMPOSEONRESIZE | OLEMISC_CANTLIN
                                      OLEMISC_SETCLIENTSITEFIRST;
 static_assert(kMiscStatus == 131473);
 
+// The class of the page in a designer's property dialog.
+inline constexpr CLSID kPropertyPageId{
+    0x795531A0, 0xFE9F, 0x4FA0, {0x8B, 0xB3, 0xC7, 0x39, 0xA1, 0xE9, 0xC5, 0xDD}};
+inline constexpr wchar_t kPropertyPageName[] = L"Plexum PLC link properties";
+
 // The resource of the picture in a designer's toolbox.
 inline constexpr int kToolboxBitmap = 101;
 

@@ -1,17 +1,20 @@
 #include "activex/link_object.h"
 
+#include "activex/hosting.h"
 #include "activex/late_binding.h"
 #include "activex/type_library.h"
+#include "platform/windows/bstr.h"
+#include "platform/windows/code_page.h"
 #include "platform/windows/late_bound_tcp_client.h"
 
 namespace plexum::activex {
 
-LinkObject::Call::Reference::Reference(LinkObject& object) noexcept : object_(object) {
+LinkObject::Reference::Reference(LinkObject& object) noexcept : object_(object) {
   object_.AddRef();
   ++object_.own_references_;
 }
 
-LinkObject::Call::Reference::~Reference() {
+LinkObject::Reference::~Reference() {
   --object_.own_references_;
   object_.Release();
 }
@@ -29,7 +32,11 @@ HRESULT LinkObject::create(REFIID iid, void** object) noexcept {
 }
 
 LinkObject::LinkObject()
-    : tcp_client_(windows::make_tcp_client()), link_(environment_, *tcp_client_) {}
+    : tcp_client_(windows::make_tcp_client()),
+      link_(environment_, *tcp_client_),
+      hosting_(std::make_unique<Hosting>(*this)) {}
+
+LinkObject::~LinkObject() = default;
 
 HRESULT LinkObject::QueryInterface(REFIID iid, void** object) {
   if (object == nullptr) return E_POINTER;
@@ -47,7 +54,7 @@ void* LinkObject::find_interface(REFIID iid) noexcept {
   if (iid == __uuidof(IProvideClassInfo) || iid == __uuidof(IProvideClassInfo2)) {
     return static_cast<IProvideClassInfo2*>(this);
   }
-  return nullptr;
+  return hosting_->find_interface(iid);
 }
 
 ULONG LinkObject::AddRef() { return ++references_; }
@@ -114,8 +121,16 @@ HRESULT LinkObject::GetGUID(DWORD kind, GUID* guid) {
   return S_OK;
 }
 
-void LinkObject::notify_change(const std::string&) {}
+DISPID LinkObject::id_of(const std::string& member) {
+  std::wstring name = windows::utf16_from_utf8(member);
+  LPOLESTR names = name.data();
+  DISPID id = DISPID_UNKNOWN;
+  check(DispGetIDsOfNames(type_info(), &names, 1, &id));
+  return id;
+}
 
-HWND LinkObject::window() { return nullptr; }
+void LinkObject::notify_change(const std::string& property) { hosting_->notify_change(property); }
+
+HWND LinkObject::window() { return hosting_->window(); }
 
 }  // namespace plexum::activex

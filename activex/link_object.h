@@ -15,8 +15,10 @@
 
 namespace plexum::activex {
 
-// The COM object of one control: the dispatch interface over the core's PlexumLink. It lives on
-// the apartment that created it.
+class Hosting;
+
+// The COM object of one control: the dispatch interface over the core's PlexumLink, and behind it
+// the interfaces of a visible control (hosting.h). It lives on the apartment that created it.
 // Every entry point runs inside a Call, which keeps the object alive (the host may release it from
 // inside a wait), computes in the control's own floating-point state and lets no exception out.
 class LinkObject final : public _PlexumLink,
@@ -105,6 +107,24 @@ class LinkObject final : public _PlexumLink,
   HRESULT STDMETHODCALLTYPE put_Tzeit(LONG value) override;
   HRESULT STDMETHODCALLTYPE pg_SZL(VARIANT* result) override;
 
+  // Holds the object for the length of a call into it, for as long as anything else of it is used.
+  class Reference {
+   public:
+    explicit Reference(LinkObject& object) noexcept;
+    ~Reference();
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+
+   private:
+    LinkObject& object_;
+  };
+
+  // -- for the hosting interfaces
+
+  [[nodiscard]] plexum::PlexumLink& core() noexcept { return link_; }
+  void close_connection() { tcp_client_->Close(); }
+  DISPID id_of(const std::string& member);
+
  private:
   // One call into the object, on the stack of its entry point.
   class Call {
@@ -114,24 +134,12 @@ class LinkObject final : public _PlexumLink,
     Call& operator=(const Call&) = delete;
 
    private:
-    // Holds the object for as long as anything else of it is used.
-    class Reference {
-     public:
-      explicit Reference(LinkObject& object) noexcept;
-      ~Reference();
-      Reference(const Reference&) = delete;
-      Reference& operator=(const Reference&) = delete;
-
-     private:
-      LinkObject& object_;
-    };
-
     const Reference reference_;
     const FloatingPointBoundary::Control floating_point_;
   };
 
   LinkObject();
-  ~LinkObject() = default;
+  ~LinkObject();
 
   // Runs the body of a member of the interface.
   template <typename Body>
@@ -165,6 +173,7 @@ class LinkObject final : public _PlexumLink,
   std::unique_ptr<TcpClient> tcp_client_;
   PlexumLink link_;
   ComPtr<ITypeInfo> type_info_;
+  std::unique_ptr<Hosting> hosting_;
 };
 
 }  // namespace plexum::activex

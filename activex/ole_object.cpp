@@ -1,0 +1,232 @@
+#include "activex/ole_object.h"
+
+#include <cwchar>
+#include <string_view>
+
+#include "activex/enumeration.h"
+#include "activex/hosting.h"
+#include "activex/identity.h"
+
+namespace plexum::activex {
+namespace {
+
+// A text or list for a caller who frees it.
+void* task_memory(std::size_t size) {
+  void* memory = CoTaskMemAlloc(size);
+  if (memory == nullptr) throw ComError(E_OUTOFMEMORY);
+  return memory;
+}
+
+LPOLESTR task_text(std::wstring_view text) {
+  auto* copy = static_cast<wchar_t*>(task_memory((text.size() + 1) * sizeof(wchar_t)));
+  std::wmemcpy(copy, text.data(), text.size());
+  copy[text.size()] = L'\0';
+  return copy;
+}
+
+constexpr wchar_t kPropertiesVerb[] = L"&Properties...";
+constexpr LONG kPropertiesOfMenu = 1;  // the same verb, for menus of containers
+
+}  // namespace
+
+// The list of verbs has one entry; its name is the caller's to free.
+inline void hand_out(const OLEVERB& verb, OLEVERB* place) {
+  *place = verb;
+  place->lpszVerbName = task_text(verb.lpszVerbName);
+}
+
+HRESULT OleObject::SetClientSite(IOleClientSite* site) {
+  return run([&] { hosting_.set_site(site); });
+}
+
+HRESULT OleObject::GetClientSite(IOleClientSite** site) {
+  if (site == nullptr) return E_POINTER;
+  *site = hosting_.site().get();
+  if (*site != nullptr) (*site)->AddRef();
+  return S_OK;
+}
+
+HRESULT OleObject::Close(DWORD option) {
+  return run([&] {
+    const ComPtr<IOleClientSite> site(hosting_.site().get());
+    if (option != OLECLOSE_NOSAVE && site && hosting_.persistence().is_dirty()) {
+      check(site->SaveObject());
+      if (sinks_) sinks_->SendOnSave();
+    }
+    hosting_.in_place().deactivate();
+    object_.close_connection();
+    const ComPtr<IOleAdviseHolder> sinks = sinks_;
+    if (sinks) sinks->SendOnClose();
+    hosting_.view().release();
+    sinks_.Reset();
+  });
+}
+
+HRESULT OleObject::GetMoniker(DWORD, DWORD, IMoniker** moniker) {
+  if (moniker == nullptr) return E_POINTER;
+  *moniker = nullptr;
+  return E_NOTIMPL;
+}
+
+HRESULT OleObject::GetClipboardData(DWORD, IDataObject** data) {
+  if (data == nullptr) return E_POINTER;
+  *data = nullptr;
+  return E_NOTIMPL;
+}
+
+HRESULT OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite* site, LONG, HWND parent,
+                          LPCRECT position) {
+  return run([&]() -> HRESULT {
+    if (hosting_.site().get() == nullptr && site != nullptr) hosting_.set_site(site);
+    switch (verb) {
+      case OLEIVERB_PRIMARY:
+      case OLEIVERB_UIACTIVATE:
+        hosting_.in_place().activate(true);
+        return S_OK;
+      case OLEIVERB_SHOW:
+      case OLEIVERB_INPLACEACTIVATE:
+        hosting_.in_place().activate(false);
+        return S_OK;
+      case OLEIVERB_HIDE:
+        hosting_.in_place().hide();
+        return S_OK;
+      case OLEIVERB_PROPERTIES:
+      case kPropertiesOfMenu:
+        show_properties(parent, position);
+        return S_OK;
+      default:
+        // A window of its own, undo: what the control hasn't got. Positive verbs are its own, of
+        // which an unknown one is to do what the primary verb does.
+        if (verb <= 0) return E_NOTIMPL;
+        hosting_.in_place().activate(true);
+        return OLEOBJ_S_INVALIDVERB;
+    }
+  });
+}
+
+HRESULT OleObject::EnumVerbs(IEnumOLEVERB** verbs) {
+  if (verbs == nullptr) return E_POINTER;
+  *verbs = nullptr;
+  return guarded([&] {
+    std::vector<OLEVERB> all{{kPropertiesOfMenu, const_cast<LPOLESTR>(kPropertiesVerb), MF_STRING,
+                              OLEVERBATTRIB_ONCONTAINERMENU}};
+    Enumeration<IEnumOLEVERB, OLEVERB, OLEVERB>::create(std::move(all), verbs);
+  });
+}
+
+HRESULT OleObject::GetUserClassID(CLSID* clsid) {
+  if (clsid == nullptr) return E_POINTER;
+  *clsid = __uuidof(::PlexumLink);
+  return S_OK;
+}
+
+HRESULT OleObject::GetUserType(DWORD, LPOLESTR* type) {
+  if (type == nullptr) return E_POINTER;
+  *type = nullptr;
+  return guarded([&] { *type = task_text(kFriendlyName); });
+}
+
+HRESULT OleObject::SetExtent(DWORD aspect, SIZEL* size) {
+  return run([&] {
+    if (aspect != DVASPECT_CONTENT) throw ComError(DV_E_DVASPECT);
+    hosting_.set_extent(*needed(size));
+  });
+}
+
+HRESULT OleObject::GetExtent(DWORD aspect, SIZEL* size) {
+  if (size == nullptr) return E_POINTER;
+  if (aspect != DVASPECT_CONTENT) return DV_E_DVASPECT;
+  *size = hosting_.extent();
+  return S_OK;
+}
+
+HRESULT OleObject::Advise(IAdviseSink* sink, DWORD* connection) {
+  return run([&] {
+    if (!sinks_) check(CreateOleAdviseHolder(&sinks_));
+    check(sinks_->Advise(sink, connection));
+  });
+}
+
+HRESULT OleObject::Unadvise(DWORD connection) {
+  return run([&] { return sinks_ ? sinks_->Unadvise(connection) : OLE_E_NOCONNECTION; });
+}
+
+HRESULT OleObject::EnumAdvise(IEnumSTATDATA** connections) {
+  if (connections == nullptr) return E_POINTER;
+  *connections = nullptr;
+  return run([&] { return sinks_ ? sinks_->EnumAdvise(connections) : S_OK; });
+}
+
+HRESULT OleObject::GetMiscStatus(DWORD aspect, DWORD* status) {
+  if (status == nullptr) return E_POINTER;
+  *status = aspect == DVASPECT_CONTENT ? kMiscStatus : 0;
+  return S_OK;
+}
+
+HRESULT OleObject::GetControlInfo(CONTROLINFO* information) {
+  if (information == nullptr) return E_POINTER;
+  if (information->cb < sizeof(CONTROLINFO)) return E_INVALIDARG;
+  *information = {sizeof(CONTROLINFO), nullptr, 0, 0};
+  return S_OK;
+}
+
+HRESULT OleObject::OnAmbientPropertyChange(DISPID) {
+  return run([&] {
+    hosting_.in_place().ambient_changed();
+    hosting_.view().changed();
+  });
+}
+
+HRESULT OleObject::QuickActivate(QACONTAINER* container, QACONTROL* control) {
+  return run([&] {
+    if (needed(container)->cbSize < sizeof(QACONTAINER) ||
+        needed(control)->cbSize < sizeof(QACONTROL)) {
+      throw ComError(E_INVALIDARG);
+    }
+    const ULONG size = control->cbSize;
+    *control = {};
+    control->cbSize = size;
+    hosting_.set_site(container->pClientSite);
+    if (container->pAdviseSink != nullptr) {
+      check(hosting_.view().SetAdvise(DVASPECT_CONTENT, 0, container->pAdviseSink));
+    }
+    if (container->pPropertyNotifySink != nullptr) {
+      check(hosting_.connection_points().property_changes().Advise(container->pPropertyNotifySink,
+                                                                   &control->dwPropNotifyCookie));
+    }
+    if (container->pUnkEventSink != nullptr) {
+      // There are no events, so a client that can't take them misses none.
+      hosting_.connection_points().events().Advise(container->pUnkEventSink,
+                                                   &control->dwEventCookie);
+    }
+    control->dwMiscStatus = kMiscStatus;
+    control->dwViewStatus = VIEWSTATUS_OPAQUE;
+  });
+}
+
+HRESULT OleObject::SetContentExtent(LPSIZEL size) { return SetExtent(DVASPECT_CONTENT, size); }
+
+HRESULT OleObject::GetContentExtent(LPSIZEL size) { return GetExtent(DVASPECT_CONTENT, size); }
+
+HRESULT OleObject::GetPages(CAUUID* pages) {
+  return run([&] {
+    *needed(pages) = {};
+    pages->pElems = static_cast<GUID*>(task_memory(sizeof(GUID)));
+    *pages->pElems = kPropertyPageId;
+    pages->cElems = 1;
+  });
+}
+
+void OleObject::show_properties(HWND parent, LPCRECT position) {
+  // The container may have a frame of its own, with its own pages beside.
+  const auto site = hosting_.site().as<IOleControlSite>();
+  if (site && site->ShowPropertyFrame() == S_OK) return;
+  IUnknown* object = static_cast<IOleObject*>(this);
+  CLSID page = kPropertyPageId;
+  const POINT corner = position == nullptr ? POINT{} : POINT{position->left, position->top};
+  check(OleCreatePropertyFrame(parent, static_cast<UINT>(corner.x), static_cast<UINT>(corner.y),
+                               kFriendlyName, 1, &object, 1, &page, LOCALE_USER_DEFAULT, 0,
+                               nullptr));
+}
+
+}  // namespace plexum::activex
