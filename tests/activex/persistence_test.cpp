@@ -1,0 +1,221 @@
+// How containers save and load the control.
+#include <gtest/gtest.h>
+
+#include "activex/control_host.h"
+#include "activex/stub_container.h"
+
+namespace plexum::test {
+namespace {
+
+using Names = std::vector<std::wstring>;
+
+const Names kOrder{L"CP_IP", L"TsapF", L"TsapE", L"Tzeit"};
+
+ComPtr<IStream> memory_stream() {
+  ComPtr<IStream> stream;
+  CreateStreamOnHGlobal(nullptr, TRUE, &stream);
+  return stream;
+}
+
+void rewind(IStream* stream) { stream->Seek({}, STREAM_SEEK_SET, nullptr); }
+
+std::string content(IStream* stream) {
+  rewind(stream);
+  std::string bytes(4096, '\0');
+  ULONG count = 0;
+  stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &count);
+  bytes.resize(count);
+  return bytes;
+}
+
+ComPtr<IStream> stream_of(const std::string& bytes) {
+  ComPtr<IStream> stream = memory_stream();
+  stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
+  rewind(stream.Get());
+  return stream;
+}
+
+class Persistence : public ControlTest {
+ protected:
+  template <typename Interface>
+  ComPtr<Interface> as(const ComPtr<_PlexumLink>& link) {
+    ComPtr<Interface> result;
+    EXPECT_EQ(link.As(&result), S_OK);
+    return result;
+  }
+
+  // The four properties, joined by blanks.
+  static std::wstring properties(const ComPtr<_PlexumLink>& link) {
+    BstrVariable address;
+    BstrVariable called;
+    BstrVariable calling;
+    LONG time = 0;
+    EXPECT_EQ(link->get_CP_IP(&address), S_OK);
+    EXPECT_EQ(link->get_TsapF(&called), S_OK);
+    EXPECT_EQ(link->get_TsapE(&calling), S_OK);
+    EXPECT_EQ(link->get_Tzeit(&time), S_OK);
+    return address.text() + L" " + called.text() + L" " + calling.text() + L" " +
+           std::to_wstring(time);
+  }
+
+  static void set_properties(const ComPtr<_PlexumLink>& link) {
+    link->put_CP_IP(BstrVariable(L"plc-\u00E4\u4E2D").get());
+    link->put_TsapF(BstrVariable(L"3.2").get());
+    link->put_TsapE(BstrVariable(L"1.0").get());
+    link->put_Tzeit(-7);
+  }
+
+  static constexpr const wchar_t* kDefaults = L"0.0.0.0 0 0 100";
+  static constexpr const wchar_t* kSet = L"plc-\u00E4\u4E2D 3.2 1.0 -7";
+
+  // What a control saves after set_properties.
+  std::string saved() {
+    const auto link = file().create();
+    set_properties(link);
+    const auto stream = memory_stream();
+    EXPECT_EQ(as<IPersistStreamInit>(link)->Save(stream.Get(), TRUE), S_OK);
+    return content(stream.Get());
+  }
+};
+
+TEST_F(Persistence, ABagIsReadInOrderWithDefaults) {
+  const auto link = file().create();
+  set_properties(link);
+  StubPropertyBag bag;
+  bag.values = {{L"TsapF", L"10.2"}, {L"Tzeit", L"250"}};
+  EXPECT_EQ(as<IPersistPropertyBag>(link)->Load(&bag, nullptr), S_OK);
+  EXPECT_EQ(bag.names, kOrder);
+  EXPECT_EQ(properties(link), L"0.0.0.0 10.2 0 250");
+}
+
+TEST_F(Persistence, ABagIsWrittenInOrderWithoutDefaults) {
+  const auto link = file().create();
+  StubPropertyBag untouched;
+  EXPECT_EQ(as<IPersistPropertyBag>(link)->Save(&untouched, TRUE, TRUE), S_OK);
+  EXPECT_EQ(untouched.names, Names{});
+
+  set_properties(link);
+  StubPropertyBag bag;
+  EXPECT_EQ(as<IPersistPropertyBag>(link)->Save(&bag, TRUE, FALSE), S_OK);
+  EXPECT_EQ(bag.names, kOrder);
+  const auto loaded = file().create();
+  EXPECT_EQ(as<IPersistPropertyBag>(loaded)->Load(&bag, nullptr), S_OK);
+  EXPECT_EQ(properties(loaded), kSet);
+}
+
+TEST_F(Persistence, AFailingBagIsTheContainersError) {
+  const auto link = file().create();
+  set_properties(link);
+  StubPropertyBag bag;
+  bag.failure = E_ACCESSDENIED;
+  const auto persistence = as<IPersistPropertyBag>(link);
+  EXPECT_EQ(persistence->Load(&bag, nullptr), E_ACCESSDENIED);
+  EXPECT_EQ(persistence->Save(&bag, TRUE, FALSE), E_ACCESSDENIED);
+  EXPECT_EQ(as<IPersistStreamInit>(link)->IsDirty(), S_OK);
+  StubPropertyBag wrong;
+  wrong.values = {{L"Tzeit", L"soon"}};
+  EXPECT_EQ(persistence->Load(&wrong, nullptr), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(persistence->Load(nullptr, nullptr), E_POINTER);
+}
+
+TEST_F(Persistence, AStreamBringsAllBack) {
+  const std::string bytes = saved();
+  const auto link = file().create();
+  const auto persistence = as<IPersistStreamInit>(link);
+  // What follows in the stream is somebody else's.
+  const auto stream = stream_of(bytes + "next");
+  EXPECT_EQ(persistence->Load(stream.Get()), S_OK);
+  EXPECT_EQ(properties(link), kSet);
+  ULARGE_INTEGER position{};
+  stream->Seek({}, STREAM_SEEK_CUR, &position);
+  EXPECT_EQ(position.QuadPart, bytes.size());
+  ULARGE_INTEGER size{};
+  EXPECT_EQ(persistence->GetSizeMax(&size), S_OK);
+  EXPECT_EQ(size.QuadPart, bytes.size());
+}
+
+TEST_F(Persistence, AStreamThatEndsEarlyChangesNothing) {
+  const std::string bytes = saved();
+  const auto link = file().create();
+  const auto persistence = as<IPersistStreamInit>(link);
+  for (std::size_t length = 0; length < bytes.size(); ++length) {
+    const auto stream = stream_of(bytes.substr(0, length));
+    EXPECT_TRUE(FAILED(persistence->Load(stream.Get()))) << length;
+  }
+  EXPECT_EQ(properties(link), kDefaults);
+}
+
+TEST_F(Persistence, AStreamOfSomethingElseIsRefused) {
+  const std::string bytes = saved();
+  const auto link = file().create();
+  const auto persistence = as<IPersistStreamInit>(link);
+  // Every byte of marks, lengths and types spoiled in turn: an error, or another text; no fault.
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    for (const char spoiled : {'\x00', '\x7F', '\xFF'}) {
+      std::string garbage = bytes;
+      garbage[at] = spoiled;
+      const auto stream = stream_of(garbage);
+      const HRESULT result = persistence->Load(stream.Get());
+      EXPECT_TRUE(result == S_OK || FAILED(result)) << at;
+      if (at < 4 && bytes[at] != spoiled) {
+        EXPECT_EQ(result, STG_E_INVALIDHEADER) << at;
+      }
+    }
+  }
+}
+
+TEST_F(Persistence, AStorageBringsAllBack) {
+  ComPtr<ILockBytes> bytes;
+  ComPtr<IStorage> storage;
+  ASSERT_EQ(CreateILockBytesOnHGlobal(nullptr, TRUE, &bytes), S_OK);
+  ASSERT_EQ(StgCreateDocfileOnILockBytes(
+                bytes.Get(), STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, &storage),
+            S_OK);
+  const auto link = file().create();
+  const auto persistence = as<IPersistStorage>(link);
+  EXPECT_TRUE(FAILED(persistence->Load(storage.Get()))) << "nothing is in it yet";
+  EXPECT_EQ(persistence->InitNew(storage.Get()), S_OK);
+  set_properties(link);
+  EXPECT_EQ(persistence->Save(storage.Get(), TRUE), S_OK);
+  EXPECT_EQ(persistence->SaveCompleted(nullptr), S_OK);
+  EXPECT_EQ(persistence->IsDirty(), S_FALSE);
+  const auto loaded = file().create();
+  EXPECT_EQ(as<IPersistStorage>(loaded)->Load(storage.Get()), S_OK);
+  EXPECT_EQ(properties(loaded), kSet);
+  CLSID clsid{};
+  EXPECT_EQ(ReadClassStg(storage.Get(), &clsid), S_OK);
+  EXPECT_EQ(clsid, __uuidof(::PlexumLink));
+}
+
+TEST_F(Persistence, TheSizeIsKeptInAStream) {
+  const auto link = file().create();
+  SIZEL size{1000, 2000};
+  EXPECT_EQ(as<IOleObject>(link)->SetExtent(DVASPECT_CONTENT, &size), S_OK);
+  const auto stream = memory_stream();
+  EXPECT_EQ(as<IPersistStreamInit>(link)->Save(stream.Get(), TRUE), S_OK);
+  rewind(stream.Get());
+  const auto loaded = file().create();
+  EXPECT_EQ(as<IPersistStreamInit>(loaded)->Load(stream.Get()), S_OK);
+  SIZEL got{};
+  EXPECT_EQ(as<IOleObject>(loaded)->GetExtent(DVASPECT_CONTENT, &got), S_OK);
+  EXPECT_EQ(got.cx, 1000);
+  EXPECT_EQ(got.cy, 2000);
+}
+
+TEST_F(Persistence, AChangeIsDirtyUntilItIsSaved) {
+  const auto link = file().create();
+  const auto persistence = as<IPersistStreamInit>(link);
+  EXPECT_EQ(persistence->InitNew(), S_OK);
+  EXPECT_EQ(persistence->IsDirty(), S_FALSE);
+  link->put_Tzeit(5);
+  EXPECT_EQ(persistence->IsDirty(), S_OK);
+  EXPECT_EQ(persistence->Save(memory_stream().Get(), FALSE), S_OK);
+  EXPECT_EQ(persistence->IsDirty(), S_OK);
+  EXPECT_EQ(persistence->Save(memory_stream().Get(), TRUE), S_OK);
+  EXPECT_EQ(persistence->IsDirty(), S_FALSE);
+  EXPECT_EQ(persistence->InitNew(), S_OK);
+  EXPECT_EQ(properties(link), kDefaults);
+}
+
+}  // namespace
+}  // namespace plexum::test

@@ -1,0 +1,118 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "activex/com_headers.h"
+
+namespace plexum::test {
+
+// A container of one control, on the stack of a test: it ticks off every call that the control
+// makes, says of itself what the test sets, and counts the references to it, of which none may be
+// left when it goes.
+class StubContainer final : public IOleClientSite,
+                            public IOleInPlaceSite,
+                            public IOleControlSite,
+                            public IDispatch,
+                            public IPropertyNotifySink,
+                            public IAdviseSink {
+ public:
+  // With no window above them the control's windows can't be.
+  explicit StubContainer(HWND window = nullptr) : window_(window) {}
+  ~StubContainer() = default;
+  StubContainer(const StubContainer&) = delete;
+  StubContainer& operator=(const StubContainer&) = delete;
+
+  // What the control has called since the last time.
+  [[nodiscard]] std::vector<std::string> take_calls();
+  [[nodiscard]] ULONG references() const { return references_; }
+
+  std::map<DISPID, VARIANT> ambient;
+  std::vector<DISPID> changed;  // by OnChanged
+  bool allows_activation = true;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+  ULONG STDMETHODCALLTYPE Release() override { return --references_; }
+
+  // IOleClientSite
+  HRESULT STDMETHODCALLTYPE SaveObject() override { return call("SaveObject"); }
+  HRESULT STDMETHODCALLTYPE GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetContainer(IOleContainer**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE ShowObject() override { return call("ShowObject"); }
+  HRESULT STDMETHODCALLTYPE OnShowWindow(BOOL) override { return call("OnShowWindow"); }
+  HRESULT STDMETHODCALLTYPE RequestNewObjectLayout() override { return E_NOTIMPL; }
+
+  // IOleWindow, IOleInPlaceSite
+  HRESULT STDMETHODCALLTYPE GetWindow(HWND* window) override;
+  HRESULT STDMETHODCALLTYPE ContextSensitiveHelp(BOOL) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE CanInPlaceActivate() override {
+    return allows_activation ? S_OK : S_FALSE;
+  }
+  HRESULT STDMETHODCALLTYPE OnInPlaceActivate() override { return call("OnInPlaceActivate"); }
+  HRESULT STDMETHODCALLTYPE OnUIActivate() override { return call("OnUIActivate"); }
+  HRESULT STDMETHODCALLTYPE GetWindowContext(IOleInPlaceFrame** frame,
+                                             IOleInPlaceUIWindow** document, LPRECT position,
+                                             LPRECT clip, LPOLEINPLACEFRAMEINFO info) override;
+  HRESULT STDMETHODCALLTYPE Scroll(SIZE) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE OnUIDeactivate(BOOL) override { return call("OnUIDeactivate"); }
+  HRESULT STDMETHODCALLTYPE OnInPlaceDeactivate() override { return call("OnInPlaceDeactivate"); }
+  HRESULT STDMETHODCALLTYPE DiscardUndoState() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE DeactivateAndUndo() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE OnPosRectChange(LPCRECT) override { return call("OnPosRectChange"); }
+
+  // IOleControlSite
+  HRESULT STDMETHODCALLTYPE OnControlInfoChanged() override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE LockInPlaceActive(BOOL) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetExtendedControl(IDispatch**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE TransformCoords(POINTL*, POINTF*, DWORD) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG*, DWORD) override {
+    return call("TranslateAccelerator");
+  }
+  HRESULT STDMETHODCALLTYPE OnFocus(BOOL) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE ShowPropertyFrame() override { return call("ShowPropertyFrame"); }
+
+  // IDispatch: the ambient properties
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result,
+                                   EXCEPINFO*, UINT*) override;
+
+  // IPropertyNotifySink
+  HRESULT STDMETHODCALLTYPE OnChanged(DISPID property) override;
+  HRESULT STDMETHODCALLTYPE OnRequestEdit(DISPID) override { return S_OK; }
+
+  // IAdviseSink
+  void STDMETHODCALLTYPE OnDataChange(FORMATETC*, STGMEDIUM*) override { call("OnDataChange"); }
+  void STDMETHODCALLTYPE OnViewChange(DWORD, LONG) override { call("OnViewChange"); }
+  void STDMETHODCALLTYPE OnRename(IMoniker*) override {}
+  void STDMETHODCALLTYPE OnSave() override { call("OnSave"); }
+  void STDMETHODCALLTYPE OnClose() override { call("OnClose"); }
+
+ private:
+  HRESULT call(const char* name);
+
+  HWND window_;
+  ULONG references_ = 0;
+  std::vector<std::string> calls_;
+};
+
+// A property bag that keeps texts by name, in the order of their coming.
+class StubPropertyBag final : public IPropertyBag {
+ public:
+  std::vector<std::wstring> names;  // as read or written
+  std::map<std::wstring, std::wstring> values;
+  HRESULT failure = S_OK;  // of every call, if it is one
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+  ULONG STDMETHODCALLTYPE Release() override { return 1; }
+  HRESULT STDMETHODCALLTYPE Read(LPCOLESTR name, VARIANT* value, IErrorLog* log) override;
+  HRESULT STDMETHODCALLTYPE Write(LPCOLESTR name, VARIANT* value) override;
+};
+
+}  // namespace plexum::test
