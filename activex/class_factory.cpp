@@ -1,13 +1,18 @@
 #include "activex/class_factory.h"
 
+#include "activex/identity.h"
 #include "activex/link_object.h"
 #include "activex/module.h"
+#include "activex/property_page.h"
 
 namespace plexum::activex {
 
-ClassFactory& ClassFactory::instance() {
-  static ClassFactory factory;
-  return factory;
+ClassFactory* ClassFactory::of(REFCLSID clsid) {
+  static ClassFactory controls(LinkObject::create);
+  static ClassFactory property_pages(PropertyPage::create);
+  if (clsid == __uuidof(::PlexumLink)) return &controls;
+  if (clsid == kPropertyPageId) return &property_pages;
+  return nullptr;
 }
 
 HRESULT ClassFactory::QueryInterface(REFIID iid, void** object) {
@@ -33,7 +38,7 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object)
   if (object == nullptr) return E_POINTER;
   *object = nullptr;
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
-  return LinkObject::create(iid, object);
+  return create_(iid, object);
 }
 
 HRESULT ClassFactory::LockServer(BOOL lock) {

@@ -4,10 +4,12 @@
 
 namespace plexum::activex {
 
-// The class object of PlexumLink: one for the life of the module, which its references hold.
+// A class object of this module, of the control or of its property page; there is one for each, and
+// their references hold the module.
 class ClassFactory final : public IClassFactory {
  public:
-  static ClassFactory& instance();
+  // The one of the class; null for any other.
+  static ClassFactory* of(REFCLSID clsid);
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
   ULONG STDMETHODCALLTYPE AddRef() override;
@@ -18,8 +20,12 @@ class ClassFactory final : public IClassFactory {
   HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override;
 
  private:
-  ClassFactory() = default;
+  using Create = HRESULT (*)(REFIID iid, void** object) noexcept;
+
+  explicit ClassFactory(Create create) : create_(create) {}
   ~ClassFactory() = default;
+
+  const Create create_;
 };
 
 }  // namespace plexum::activex

@@ -16,8 +16,8 @@ using plexum::activex::unregister_server;
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** object) {
   if (object == nullptr) return E_POINTER;
   *object = nullptr;
-  if (clsid != __uuidof(PlexumLink)) return CLASS_E_CLASSNOTAVAILABLE;
-  return ClassFactory::instance().QueryInterface(iid, object);
+  ClassFactory* factory = ClassFactory::of(clsid);
+  return factory == nullptr ? CLASS_E_CLASSNOTAVAILABLE : factory->QueryInterface(iid, object);
 }
 
 STDAPI DllCanUnloadNow() { return ModuleLock::none() ? S_OK : S_FALSE; }

@@ -21,6 +21,9 @@ inline constexpr CLSID kPropertyPageId{
     0x795531A0, 0xFE9F, 0x4FA0, {0x8B, 0xB3, 0xC7, 0x39, 0xA1, 0xE9, 0xC5, 0xDD}};
 inline constexpr wchar_t kPropertyPageName[] = L"Plexum PLC link properties";
 
+// The resource of its dialog.
+inline constexpr int kPropertyPageDialog = 102;
+
 // The resource of the picture in a designer's toolbox.
 inline constexpr int kToolboxBitmap = 101;
 

@@ -1,28 +1,12 @@
 #include "activex/ole_object.h"
 
-#include <cwchar>
-#include <string_view>
-
 #include "activex/enumeration.h"
 #include "activex/hosting.h"
 #include "activex/identity.h"
+#include "activex/task_memory.h"
 
 namespace plexum::activex {
 namespace {
-
-// A text or list for a caller who frees it.
-void* task_memory(std::size_t size) {
-  void* memory = CoTaskMemAlloc(size);
-  if (memory == nullptr) throw ComError(E_OUTOFMEMORY);
-  return memory;
-}
-
-LPOLESTR task_text(std::wstring_view text) {
-  auto* copy = static_cast<wchar_t*>(task_memory((text.size() + 1) * sizeof(wchar_t)));
-  std::wmemcpy(copy, text.data(), text.size());
-  copy[text.size()] = L'\0';
-  return copy;
-}
 
 constexpr wchar_t kPropertiesVerb[] = L"&Properties...";
 constexpr LONG kPropertiesOfMenu = 1;  // the same verb, for menus of containers

@@ -39,7 +39,9 @@ std::wstring library_id() {
   return kId;
 }
 
-std::wstring class_path() { return kClasses + (L"CLSID\\" + text_of(__uuidof(::PlexumLink))); }
+std::wstring class_path(const GUID& clsid = __uuidof(::PlexumLink)) {
+  return kClasses + (L"CLSID\\" + text_of(clsid));
+}
 std::wstring library_path() { return kClasses + (L"TypeLib\\" + library_id()); }
 std::wstring language_path() { return library_path() + L"\\" + kTypeLibraryVersion + L"\\0"; }
 std::wstring interface_path(const GUID& iid) { return kClasses + (L"Interface\\" + text_of(iid)); }
@@ -49,11 +51,16 @@ void set(HKEY root, const std::wstring& path, const std::wstring& value,
   RegistryKey::create(root, path, kOwnView).set(name, value);
 }
 
-void register_class(HKEY root, const std::wstring& file) {
-  const std::wstring path = class_path();
-  set(root, path, kFriendlyName);
+void register_server_of(HKEY root, const std::wstring& path, const wchar_t* name,
+                        const std::wstring& file) {
+  set(root, path, name);
   set(root, path + L"\\InprocServer32", file);
   set(root, path + L"\\InprocServer32", L"Apartment", L"ThreadingModel");
+}
+
+void register_class(HKEY root, const std::wstring& file) {
+  const std::wstring path = class_path();
+  register_server_of(root, path, kFriendlyName, file);
   set(root, path + L"\\ProgID", kVersionedProgId);
   set(root, path + L"\\VersionIndependentProgID", kProgId);
   set(root, path + L"\\TypeLib", library_id());
@@ -100,6 +107,7 @@ void register_server(HKEY root) {
   const std::wstring file = module_path();
   try {
     register_class(root, file);
+    register_server_of(root, class_path(kPropertyPageId), kPropertyPageName, file);
     register_prog_ids(root);
     register_library(root, file);
     register_interface(root, __uuidof(_PlexumLink), L"_PlexumLink", kDualMarshaller);
@@ -116,6 +124,7 @@ void register_server(HKEY root) {
 
 void unregister_server(HKEY root) {
   RegistryKey::remove_tree(root, class_path(), kOwnView);
+  RegistryKey::remove_tree(root, class_path(kPropertyPageId), kOwnView);
   RegistryKey::remove_tree(root, interface_path(__uuidof(_PlexumLink)), kOwnView);
   RegistryKey::remove_tree(root, interface_path(__uuidof(__PlexumLink)), kOwnView);
   RegistryKey::remove_tree(root, language_path() + L"\\" + kOwnSystem, kOwnView);

@@ -24,6 +24,16 @@ class ControlFile {
 
   [[nodiscard]] ComPtr<IClassFactory> class_factory() const;
   [[nodiscard]] ComPtr<_PlexumLink> create() const;
+  // An object of another class of the file; null if it can't be made.
+  template <typename Interface>
+  [[nodiscard]] ComPtr<Interface> create(const CLSID& clsid) const {
+    ComPtr<IClassFactory> factory;
+    ComPtr<Interface> object;
+    if (get_class_object_(clsid, IID_PPV_ARGS(&factory)) == S_OK) {
+      factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+    }
+    return object;
+  }
   // Whether no object and no lock of the file is left.
   [[nodiscard]] bool is_unused() const;
 

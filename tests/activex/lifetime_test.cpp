@@ -1,36 +1,12 @@
-#include <functional>
 #include <thread>
 
 #include "activex/control_host.h"
+#include "activex/thread_timer.h"
 #include "support/hex.h"
 #include "support/tcp_peer.h"
 
 namespace plexum::test {
 namespace {
-
-// A timer of this thread whose callback runs while the thread's messages are processed.
-class ThreadTimer {
- public:
-  ThreadTimer(UINT milliseconds, std::function<void()> action)
-      : id_(SetTimer(nullptr, 0, milliseconds, &ThreadTimer::fire)) {
-    action_ = std::move(action);
-  }
-  ~ThreadTimer() {
-    KillTimer(nullptr, id_);
-    action_ = nullptr;
-  }
-  ThreadTimer(const ThreadTimer&) = delete;
-  ThreadTimer& operator=(const ThreadTimer&) = delete;
-
- private:
-  static void CALLBACK fire(HWND, UINT, UINT_PTR id, DWORD) {
-    KillTimer(nullptr, id);
-    if (action_) action_();
-  }
-
-  static inline std::function<void()> action_;
-  UINT_PTR id_;
-};
 
 // A control whose PLC takes the connection and then says nothing: every job waits for minutes.
 class Lifetime : public ControlTest {

@@ -1,0 +1,281 @@
+// The control's window in a container: labels, timer, focus, and how it ends.
+#include <gtest/gtest.h>
+
+#include "activex/control_host.h"
+#include "activex/display.h"
+#include "activex/stub_container.h"
+#include "activex/thread_timer.h"
+#include "support/tcp_peer.h"
+
+namespace plexum::test {
+namespace {
+
+using Calls = std::vector<std::string>;
+
+class FaceTest : public ControlTest {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(take_own_desktop()) << "these tests need a display"; }
+
+  FaceTest() { link_.As(&object_); }
+  ~FaceTest() override {
+    close();
+    link_.Reset();
+    EXPECT_EQ(container_.references(), 0u);
+  }
+
+  HRESULT show(LONG verb = OLEIVERB_INPLACEACTIVATE) {
+    EXPECT_EQ(object_->SetClientSite(&container_), S_OK);
+    return object_->DoVerb(verb, nullptr, &container_, 0, form_, nullptr);
+  }
+  void close() {
+    if (!object_) return;
+    EXPECT_EQ(object_->Close(OLECLOSE_NOSAVE), S_OK);
+    EXPECT_EQ(object_->SetClientSite(nullptr), S_OK);
+    object_.Reset();
+  }
+  void set_ambient(DISPID id, bool value) {
+    VARIANT variant;
+    variant.vt = VT_BOOL;
+    variant.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+    container_.ambient[id] = variant;
+    ComPtr<IOleControl> control;
+    link_.As(&control);
+    EXPECT_EQ(control->OnAmbientPropertyChange(id), S_OK);
+  }
+  HWND window() {
+    ComPtr<IOleInPlaceObject> in_place;
+    link_.As(&in_place);
+    HWND window = nullptr;
+    in_place->GetWindow(&window);
+    return window;
+  }
+  std::wstring status() {
+    const auto texts = texts_below(window());
+    return texts.size() == 5 ? texts[3] : L"no label";
+  }
+  // As a host that does nothing else, until the status shows or for two seconds.
+  void run_until_status(const std::wstring& wanted) {
+    for (int i = 0; i < 200 && status() != wanted; ++i) link_->MsgWait(10);
+  }
+  HRESULT connect(TcpPeer& peer) {
+    link_->put_Tzeit(1000000);
+    BstrVariable address(L"127.0.0.1");
+    BstrVariable port(std::to_wstring(peer.port()).c_str());
+    BstrVariable calling(L"1.0");
+    BstrVariable called(L"3.2");
+    VARIANT_BOOL result = VARIANT_FALSE;
+    return link_->ag_ini(&address, &port, &calling, &called, &result);
+  }
+
+  // The form that the control lies on. A new window on the display takes seconds, so tests share it
+  // until one of them ends it.
+  static HWND make_form() {
+    static HWND shared = nullptr;
+    if (!IsWindow(shared)) {
+      shared = CreateWindowExW(0, L"STATIC", L"form", WS_POPUP | WS_VISIBLE, 0, 0, 400, 300,
+                               nullptr, nullptr, nullptr, nullptr);
+    }
+    return shared;
+  }
+
+  HWND form_ = make_form();
+  StubContainer container_{form_};
+  ComPtr<_PlexumLink> link_ = file().create();
+  ComPtr<IOleObject> object_;
+};
+
+TEST_F(FaceTest, ItsLabelsAreReadableWindows) {
+  EXPECT_EQ(show(), S_OK);
+  EXPECT_EQ(container_.take_calls(), (Calls{"OnInPlaceActivate", "ShowObject"}));
+  EXPECT_EQ(
+      texts_below(window()),
+      (std::vector<std::wstring>{L"Plexum", L"PLC link", L"Version " PLEXUM_VERSION, L"", L"0"}));
+  EXPECT_TRUE(IsWindowVisible(window()));
+  RECT bounds{};
+  GetWindowRect(window(), &bounds);
+  EXPECT_EQ(bounds.right - bounds.left, 240);
+  EXPECT_EQ(bounds.bottom - bounds.top, 96);
+}
+
+TEST_F(FaceTest, TheTimerShowsTheStatus) {
+  EXPECT_EQ(show(), S_OK);
+  VARIANT_BOOL result = VARIANT_FALSE;
+  link_->ag_exit(&result);
+  run_until_status(L"TCP Not Ready");
+  EXPECT_EQ(status(), L"TCP Not Ready");
+}
+
+TEST_F(FaceTest, ThereIsNoTimerWhileTheFormIsDesigned) {
+  set_ambient(DISPID_AMBIENT_USERMODE, false);
+  EXPECT_EQ(show(), S_OK);
+  VARIANT_BOOL result = VARIANT_FALSE;
+  link_->ag_exit(&result);
+  for (int i = 0; i < 30; ++i) link_->MsgWait(10);
+  EXPECT_EQ(status(), L"");
+  set_ambient(DISPID_AMBIENT_USERMODE, true);
+  run_until_status(L"TCP Not Ready");
+  EXPECT_EQ(status(), L"TCP Not Ready");
+}
+
+TEST_F(FaceTest, TheStatusShowsWhileAJobWaits) {
+  EXPECT_EQ(show(), S_OK);
+  TcpPeer peer;
+  std::vector<std::wstring> seen;
+  const ThreadTimer timer(500, [&] {
+    seen = texts_below(window());
+    link_->put_Tzeit(0);
+  });
+  EXPECT_EQ(connect(peer), S_OK);
+  ASSERT_EQ(seen.size(), 5u);
+  EXPECT_EQ(seen[3], L"Connect Wait Data");
+  EXPECT_EQ(seen[4], L"7");
+}
+
+TEST_F(FaceTest, FollowsTheContainersRectangles) {
+  EXPECT_EQ(show(), S_OK);
+  ComPtr<IOleInPlaceObject> in_place;
+  link_.As(&in_place);
+  const RECT position{0, 0, 480, 192};
+  const RECT clip{0, 0, 100, 100};
+  EXPECT_EQ(in_place->SetObjectRects(&position, &clip), S_OK);
+  RECT label{};
+  GetClientRect(GetWindow(window(), GW_CHILD), &label);
+  EXPECT_GE(label.right, 200) << "labels grow with the face";
+  HRGN region = CreateRectRgn(0, 0, 0, 0);
+  RECT shown{};
+  EXPECT_NE(GetWindowRgn(window(), region), ERROR);
+  GetRgnBox(region, &shown);
+  DeleteObject(region);
+  EXPECT_EQ(shown.right, 100);
+  EXPECT_EQ(in_place->SetObjectRects(nullptr, nullptr), E_POINTER);
+}
+
+TEST_F(FaceTest, TakesTheFocusUnlessTheContainersUserInterfaceIsDead) {
+  set_ambient(DISPID_AMBIENT_UIDEAD, true);
+  EXPECT_EQ(show(OLEIVERB_UIACTIVATE), S_OK);
+  EXPECT_EQ(container_.take_calls(), (Calls{"OnInPlaceActivate", "ShowObject"}));
+  set_ambient(DISPID_AMBIENT_UIDEAD, false);
+  SendMessageW(window(), WM_LBUTTONDOWN, 0, 0);
+  EXPECT_EQ(container_.take_calls(), Calls{"OnUIActivate"});
+  EXPECT_EQ(GetFocus(), window());
+  EXPECT_EQ(object_->DoVerb(OLEIVERB_HIDE, nullptr, nullptr, 0, form_, nullptr), S_OK);
+  EXPECT_EQ(container_.take_calls(), Calls{"OnUIDeactivate"});
+  EXPECT_FALSE(IsWindowVisible(window()));
+  close();
+  EXPECT_EQ(container_.take_calls(), Calls{"OnInPlaceDeactivate"});
+}
+
+TEST_F(FaceTest, ARefusedActivationLeavesNothing) {
+  container_.allows_activation = false;
+  EXPECT_EQ(show(), E_FAIL);
+  EXPECT_EQ(window(), nullptr);
+  EXPECT_EQ(container_.take_calls(), Calls{});
+  EXPECT_EQ(object_->DoVerb(OLEIVERB_OPEN, nullptr, nullptr, 0, nullptr, nullptr), E_NOTIMPL);
+}
+
+TEST_F(FaceTest, SurvivesTheEndOfTheWindowAboveIt) {
+  EXPECT_EQ(show(), S_OK);
+  DestroyWindow(form_);
+  EXPECT_EQ(window(), nullptr);
+  VARIANT_BOOL result = VARIANT_FALSE;
+  EXPECT_EQ(link_->ag_exit(&result), S_OK);
+}
+
+TEST_F(FaceTest, AFormMayCloseWhileAJobWaits) {
+  EXPECT_EQ(show(), S_OK);
+  TcpPeer peer;
+  _PlexumLink* link = link_.Get();
+  const ThreadTimer timer(150, [&] {
+    close();
+    DestroyWindow(form_);
+    link_.Reset();
+  });
+  link->put_Tzeit(1000000);
+  BstrVariable address(L"127.0.0.1");
+  BstrVariable port(std::to_wstring(peer.port()).c_str());
+  BstrVariable calling(L"1.0");
+  BstrVariable called(L"3.2");
+  VARIANT_BOOL result = VARIANT_TRUE;
+  EXPECT_EQ(link->ag_ini(&address, &port, &calling, &called, &result), E_ABORT);
+  EXPECT_TRUE(file().is_unused());
+}
+
+TEST_F(FaceTest, AControlMayGoWithoutBeingClosed) {
+  EXPECT_EQ(show(), S_OK);
+  object_.Reset();
+  link_.Reset();
+  EXPECT_TRUE(file().is_unused());
+  EXPECT_EQ(GetWindow(form_, GW_CHILD), nullptr);
+}
+
+// A frame of property pages.
+class PageSite final : public IPropertyPageSite {
+ public:
+  int changes = 0;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+  ULONG STDMETHODCALLTYPE Release() override { return 1; }
+  HRESULT STDMETHODCALLTYPE OnStatusChange(DWORD) override {
+    ++changes;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetLocaleID(LCID*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetPageContainer(IUnknown**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG*) override { return S_FALSE; }
+};
+
+TEST_F(FaceTest, ThePropertyPageChangesWhatTheUserEdits) {
+  ComPtr<ISpecifyPropertyPages> pages;
+  ASSERT_EQ(link_.As(&pages), S_OK);
+  CAUUID ids{};
+  ASSERT_EQ(pages->GetPages(&ids), S_OK);
+  ComPtr<IPropertyPage> page = file().create<IPropertyPage>(ids.pElems[0]);
+  CoTaskMemFree(ids.pElems);
+  link_->put_TsapF(BstrVariable(L"3.2").get());
+  const auto second = file().create();
+
+  PageSite site;
+  EXPECT_EQ(page->SetPageSite(&site), S_OK);
+  PROPPAGEINFO information{};
+  EXPECT_EQ(page->GetPageInfo(&information), S_OK);
+  EXPECT_EQ(std::wstring(information.pszTitle), L"Connection");
+  EXPECT_GT(information.size.cx, 100);
+  CoTaskMemFree(information.pszTitle);
+  IUnknown* links[] = {link_.Get(), second.Get()};
+  EXPECT_EQ(page->SetObjects(2, links), S_OK);
+  const RECT position{0, 0, 300, 200};
+  EXPECT_EQ(page->Activate(form_, &position, FALSE), S_OK);
+  EXPECT_EQ(page->Show(SW_SHOW), S_OK);
+  HWND dialog = GetWindow(form_, GW_CHILD);
+  const auto texts = texts_below(dialog);
+  ASSERT_EQ(texts.size(), 8u);
+  EXPECT_EQ(texts[5], L"3.2");
+  EXPECT_EQ(texts[7], L"100");
+  EXPECT_EQ(page->IsPageDirty(), S_FALSE);
+  EXPECT_EQ(site.changes, 0);
+
+  SetDlgItemTextW(dialog, 204, L"soon");
+  EXPECT_EQ(page->IsPageDirty(), S_OK);
+  EXPECT_EQ(page->Apply(), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(page->IsPageDirty(), S_OK);
+  SetDlgItemTextW(dialog, 204, L"250");
+  SetDlgItemTextW(dialog, 201, L"10.0.0.1");
+  EXPECT_GE(site.changes, 3);
+  EXPECT_EQ(page->Apply(), S_OK);
+  EXPECT_EQ(page->IsPageDirty(), S_FALSE);
+  LONG time = 0;
+  EXPECT_EQ(second->get_Tzeit(&time), S_OK);
+  EXPECT_EQ(time, 250);
+  BstrVariable called;
+  EXPECT_EQ(second->get_TsapF(&called), S_OK);
+  EXPECT_EQ(called.text(), L"0") << "what nobody edited";
+  BstrVariable address;
+  EXPECT_EQ(link_->get_CP_IP(&address), S_OK);
+  EXPECT_EQ(address.text(), L"10.0.0.1");
+  EXPECT_EQ(page->Deactivate(), S_OK);
+  EXPECT_EQ(page->SetObjects(0, nullptr), S_OK);
+  EXPECT_EQ(page->SetPageSite(nullptr), S_OK);
+}
+
+}  // namespace
+}  // namespace plexum::test
