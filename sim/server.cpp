@@ -37,6 +37,13 @@ struct AddressList {
   addrinfo* first = nullptr;
 };
 
+// The errors of looking up an address.
+class LookupErrors final : public std::error_category {
+ public:
+  const char* name() const noexcept override { return "getaddrinfo"; }
+  std::string message(int error) const override { return ::gai_strerror(error); }
+};
+
 int listen_on(const std::string& address, std::uint16_t port) {
   const std::string where = "listening on " + address + " port " + std::to_string(port);
   addrinfo hints{};
@@ -46,8 +53,10 @@ int listen_on(const std::string& address, std::uint16_t port) {
   AddressList found;
   const int failed =
       ::getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found.first);
+  if (failed == EAI_SYSTEM) fail(errno, where);
   if (failed != 0) {
-    fail(failed == EAI_SYSTEM ? errno : EADDRNOTAVAIL, where + ": " + ::gai_strerror(failed));
+    static const LookupErrors errors;
+    throw std::system_error(failed, errors, where);
   }
   const addrinfo& chosen = *found.first;
   const int listener =
