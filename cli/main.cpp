@@ -52,7 +52,7 @@ void add_simulator_options(CLI::App& command, Options& options) {
               options.faults.push_back(plexum::sim::parse_fault(text));
             });
           },
-          "A scripted fault (repeatable), for example silence@2 or late:50")
+          "A scripted fault (repeatable), for example silence@2 or late=50")
       ->type_name("FAULT");
   command.add_flag("--protected", options.write_protected, "Refuse writes and control services");
 }
