@@ -1,0 +1,261 @@
+#!/usr/bin/env python3
+"""program_test.py PROGRAM [TEST...]: runs the built program as its users do. Without names, all."""
+
+import json
+import os
+import re
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+
+PROGRAM = sys.argv[1]
+PATIENCE = 60  # seconds, for anything that must come
+
+
+def run(*arguments, text=None):
+    """(exit code, standard output, standard error) of a run that ends by itself."""
+    done = subprocess.run([PROGRAM, *arguments], input=text or "", capture_output=True, text=True,
+                          encoding="utf-8", timeout=PATIENCE)
+    return done.returncode, done.stdout, done.stderr
+
+
+class Started:
+    """A run in the background, with pipes; ended when the block is left."""
+
+    def __init__(self, *arguments):
+        self.process = subprocess.Popen(
+            [PROGRAM, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, text=True, encoding="utf-8")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.process.communicate()
+
+    def line(self):
+        return self.process.stdout.readline().rstrip("\n")
+
+    def end(self):
+        """(exit code, the rest of standard output, standard error), at the end of its input."""
+        out, error = self.process.communicate(timeout=PATIENCE)
+        return self.process.returncode, out, error
+
+
+class Simulator(Started):
+    def __init__(self, *arguments):
+        super().__init__("sim", "--port", "0", *arguments)
+        greeting = self.line()
+        found = re.fullmatch(r"listening on 127\.0\.0\.1:(\d+)", greeting)
+        assert found, f"greets with {greeting!r}"
+        self.port = found[1]
+
+
+class Host(Started):
+    def __init__(self, *arguments):
+        super().__init__("host", *arguments)
+
+    def ask(self, **request):
+        print(json.dumps(request), file=self.process.stdin, flush=True)
+        return json.loads(self.line())
+
+    def call(self, name, *arguments):
+        return self.ask(call=name, args=list(arguments))
+
+    def connect(self, simulator):
+        self.ask(set="Tzeit", value=5000)
+        self.ask(set="err", value=0)
+        reply = self.call("ag_ini", "127.0.0.1", simulator.port, "1.0", "3.2")
+        equal(reply.get("result"), True)
+
+
+def equal(found, expected):
+    assert found == expected, f"{found!r} instead of {expected!r}"
+
+
+def one_line(text, *parts):
+    assert re.fullmatch(r"plexum: [^\n]+\n", text), f"no single line: {text!r}"
+    for part in parts:
+        assert part in text, f"no {part!r} in {text!r}"
+
+
+def test_simulator_ends_cleanly_on_signals():
+    for number in (signal.SIGINT, signal.SIGTERM):
+        with Simulator() as simulator, Host() as host:
+            host.connect(simulator)  # and stays connected
+            simulator.process.send_signal(number)
+            equal(simulator.end(), (0, "", ""))
+
+
+def test_simulator_takes_its_options():
+    with Simulator("--db", "3:10", "--db", "700:20", "--protected", "--pdu", "128",
+                   "--fault", "silence@4") as simulator, Host() as host:
+        host.connect(simulator)
+        equal(host.call("ag_ReadB", "700", "2", "18", "C", "D")["result"], "\0\0")
+        equal(host.call("ag_WriteB", "700", "0", "x", "D")["state"]["err"], 3)
+        host.connect(simulator)
+        equal(host.call("pg_ListBlock", "DB")["result"]["elements"], [3, 700])
+        host.ask(set="Tzeit", value=20)
+        equal(host.call("ag_ReadB", "700", "2", "18", "C", "D")["error"]["number"], 5)  # silence
+        host.connect(simulator)
+        host.ask(set="Tzeit", value=100)  # 120 bytes are too many for the PDU of 128
+        equal(host.call("ag_ReadB", "0", "120", "0", "C", "M")["state"]["err"], 1330)
+
+
+def test_a_port_in_use():
+    with socket.socket() as taken:
+        taken.bind(("127.0.0.1", 0))
+        taken.listen()
+        port = str(taken.getsockname()[1])
+        code, out, error = run("sim", "--port", port)
+    equal((code, out), (1, ""))
+    one_line(error, port, "in use")
+
+
+def test_addresses_that_are_not_of_this_machine():
+    for address in ("203.0.113.1", "name.invalid"):
+        code, out, error = run("sim", "--port", "0", "--listen", address)
+        equal((code, out), (1, ""))
+        one_line(error, address)
+        # A name that isn't found isn't an address that can't be used.
+        equal("Cannot assign requested address" in error, address != "name.invalid")
+
+
+def test_usage_errors():
+    for arguments in ([], ["nothing"], ["sim", "--port", "70000"], ["sim", "--port", "x"],
+                      ["sim", "--db", "1"], ["sim", "--db", "0:5"], ["sim", "--db"],
+                      ["sim", "--fault", "late:50"], ["sim", "--pdu", "63"],
+                      ["demo", "more"], ["host", "--pcap"], ["--nothing"]):
+        code, out, error = run(*arguments)
+        equal((arguments, code, out), (arguments, 2, ""))
+        assert error.strip(), arguments
+    for arguments in (["--help"], ["--version"], ["sim", "--help"], ["host", "--help"]):
+        code, out, error = run(*arguments)
+        equal((arguments, code, error), (arguments, 0, ""))
+        assert out.strip(), arguments
+
+
+def test_help_shows_faults_that_work():
+    shown = re.search(r"for example (\S+) or (\S+)", re.sub(r"\s+", " ", run("sim", "--help")[1]))
+    with Simulator("--fault", shown[1], "--fault", shown[2]):
+        pass
+
+
+def test_captures_that_cannot_be_written():
+    with tempfile.TemporaryDirectory() as folder:
+        path = folder + "/missing/capture.pcap"
+        for command in ("demo", "host"):
+            code, out, error = run(command, "--pcap", path)
+            equal((command, code, out), (command, 1, ""))
+            one_line(error, path, "No such file")
+            code, out, error = run(command, "--pcap", folder)
+            equal((command, code, out), (command, 1, ""))
+            one_line(error, folder, "Is a directory")
+
+
+def test_demo_shows_the_telegrams():
+    with tempfile.TemporaryDirectory() as folder:
+        path = folder + "/capture.pcap"
+        code, out, error = run("demo", "--pcap", path)
+        with open(path, "rb") as file:
+            equal(struct.unpack("<I", file.read(4))[0], 0xA1B2C3D4)
+            capture = file.read()
+    equal((code, error), (0, ""))
+    joined = re.sub(r"\n {7}(?=[0-9A-F]{2}\b)", " ", out)
+    shown = [bytes.fromhex(digits) for digits in
+             re.findall(r"^    [<>]  ([0-9A-F ]+)$", joined, re.MULTILINE)]
+    # Connection request and confirm, setup, and the jobs: each a whole telegram, in the capture.
+    assert len(shown) > 10, out
+    for telegram in shown:
+        equal(struct.unpack(">BxH", telegram[:4]), (3, len(telegram)))
+        assert telegram in capture
+    for expected in ("ag_Read(", "ag_ReadB(", "ag_exit()", "3.14"):
+        assert expected in out, expected
+
+
+# A request a member, its result and the boxes it shows. Times and the answer of pg_SZL are looked
+# at by their length alone.
+DOUBLES = {"lower": 1, "elements": [0, 1, 2]}
+EVERY_MEMBER = (
+    (("ag_Read", "1", "3", "0", "B", "D"), DOUBLES, []),
+    (("ag_ReadB", "1", "5", "40", "C", "D"), "Hello", []),
+    (("ag_WriteX", "0", "10", "1", "M", "3"), True, []),
+    (("ag_WriteB", "0", "11", "\u00ff", "M"), True, []),
+    (("ag_WriteMB", "0", "12", "a\0\u0080", "M"), True, []),
+    (("ag_WriteW", "0", "16", "65535", "M"), True, []),
+    (("ag_WriteD", "0", "20", "70000", "M"), True, []),
+    (("ag_WriteF", "0", "24", "-2", "M"), True, []),
+    (("ag_ReadB", "0", "18", "10", "C", "M"),
+     "\x08\u00ffa\0\u0080\0\u00ff\u00ff\0\0\0\x01\x11\x70\u00c0\0\0\0", []),
+    (("pg_plcstop",), True, []),
+    (("pg_plcRunMode",), {"lower": 1, "elements": list("00100000"), "types": ["String"] * 8}, []),
+    (("pg_plcstart",), True, []),
+    (("pg_plcRunMode",), {"lower": 1, "elements": list("00100010"), "types": ["String"] * 8}, []),
+    (("pg_SZL",), 40, ["69"]),
+    (("pg_plccompress",), True, []),
+    (("pg_Ramtorom",), True, []),
+    (("pg_ListBlock", "FC"), {"lower": 1, "elements": [1, 2], "types": ["Double"] * 2}, []),
+    (("pg_DelBlock", "FC", "00002"), True, []),
+    (("pg_ListBlock", "FC"), {"lower": 1, "elements": [1], "types": ["Double"]}, []),
+    (("pg_SetClock", "2026", "11", "22", "23", "59", "00", "00"), None, []),
+    (("pg_ReadClock",), 7, []),
+    (("wordtobeyt", "258"), "\x01\x02", []),
+    (("dwordtobeyt", "16909060"), "\x01\x02\x03\x04", []),
+    (("wordtobeytadd", "800"), "\0\x03\x20", []),
+    (("flottobeyt", "1E+39"), None, ["Zahl ist gr\u00f6\u00dfer als 8 Bit"]),
+    (("beyttoword", "\x01", "\x02"), "2256", []),
+    (("xor_str", "\x01\x02\x04"), 7, []),
+    (("MsgWait", 1), None, []),
+    (("pg_plcErase",), True, []),
+    (("ag_exit",), True, []),
+)
+
+
+def test_host_calls_every_member():
+    with Simulator() as simulator, Host() as host:
+        host.connect(simulator)
+        image = host.call("pg_ReadBlock", "FC", "00002")["result"]
+        assert image.startswith("pp"), image
+        for (name, *arguments), result, boxes in EVERY_MEMBER:
+            reply = host.call(name, *arguments)
+            assert "error" not in reply, (name, reply)
+            found = reply["result"]
+            if isinstance(result, int) and isinstance(found, dict):
+                found = len(found["elements"])
+            if name != "flottobeyt":  # 4 bytes of no meaning
+                equal((name, found), (name, result))
+            equal((name, reply["message_boxes"]), (name, boxes))
+            equal((name, reply["state"]["err"]), (name, 0))
+            if name == "pg_DelBlock":
+                equal(host.call("pg_WriteBlock", image)["state"]["err"], 0)
+                equal(host.call("pg_ReadBlock", "FC", "00002")["result"], image)
+                equal(host.call(name, *arguments)["result"], True)
+        host.ask(set="CP_IP", value="plc.example")
+        equal(host.ask(get="CP_IP")["result"], "plc.example")
+        for name in ("TsapE", "TsapF", "Tzeit", "err", "inuse", "s7init", "auftrag_Fehler"):
+            assert "result" in host.ask(get=name), name
+        equal(host.end(), (0, "", ""))
+
+
+def test_host_goes_on_after_lines_that_are_no_requests():
+    with Host() as host:
+        for line in ("", "x", "[1]", '{"call":"nothing"}', '{"call":"ag_exit","args":["x"]}'):
+            print(line, file=host.process.stdin, flush=True)
+            equal((line, json.loads(host.line())["error"]["number"]), (line, 0))
+        equal(host.call("wordtobeyt", "x")["error"], {"number": 13, "text": "Type mismatch"})
+        equal(host.call("ag_exit")["result"], True)
+        equal(host.end(), (0, "", ""))
+
+
+def main():
+    tests = {name: test for name, test in globals().items() if name.startswith("test_")}
+    for name in sys.argv[2:] or tests:
+        tests[name]()
+
+
+main()
