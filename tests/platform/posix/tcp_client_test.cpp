@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include "control/runtime_error.h"
@@ -67,6 +68,8 @@ struct Ending {
   const char* name;
   void (TcpPeer::*end)();
   std::int16_t state;
+
+  friend void PrintTo(const Ending& ending, std::ostream* out) { *out << ending.name; }
 };
 
 class TcpClientEndings : public TcpClientTest, public testing::WithParamInterface<Ending> {
