@@ -15,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/descriptor.h"
@@ -150,8 +151,8 @@ class ReadyTogether : public EventLoopTest {
     watch(two, one, first);
   }
 
-  const Signal one;
-  const Signal two;
+  Signal one;
+  Signal two;
   int runs = 0;
 
  private:
@@ -248,6 +249,7 @@ TEST_F(EventLoopTest, StopEndsTheInnermostRunAlsoWhenItComesBefore) {
 
 TEST(EventLoopPosterTest, OutlivesTheLoop) {
   struct PostsAtItsEnd {
+    explicit PostsAtItsEnd(EventLoop::Poster p) : poster(std::move(p)) {}
     ~PostsAtItsEnd() {
       poster.post([] {});
     }

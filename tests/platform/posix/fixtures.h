@@ -18,9 +18,10 @@ namespace plexum::posix::test {
 constexpr std::chrono::milliseconds kLong = std::chrono::seconds(10);
 
 class LoopFixture : public testing::Test {
- protected:
+ public:
   ~LoopFixture() override { interposed = {}; }
 
+ protected:
   // Runs the loop until `done`, at most 10 seconds; whether it came to be.
   bool until(const std::function<bool()>& done) {
     const auto limit = EventLoop::Clock::now() + kLong;
