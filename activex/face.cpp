@@ -49,11 +49,11 @@ void fill(HDC dc, const RECT& bounds, COLORREF color) {
   FillRect(dc, &bounds, brush.get());
 }
 
-// Half-way between two colours: text of less weight, in every colour scheme.
-COLORREF between(COLORREF one, COLORREF other) {
-  const auto middle = [](int a, int b) { return static_cast<BYTE>((a + b) / 2); };
-  return RGB(middle(GetRValue(one), GetRValue(other)), middle(GetGValue(one), GetGValue(other)),
-             middle(GetBValue(one), GetBValue(other)));
+// A text colour of less weight, which still stands out in every colour scheme.
+COLORREF subdued(COLORREF front, COLORREF back) {
+  const auto mixed = [](int a, int b) { return static_cast<BYTE>((2 * a + b) / 3); };
+  return RGB(mixed(GetRValue(front), GetRValue(back)), mixed(GetGValue(front), GetGValue(back)),
+             mixed(GetBValue(front), GetBValue(back)));
 }
 
 }  // namespace
@@ -91,7 +91,7 @@ void Face::draw_panel(HDC dc, const FaceState& state) const {
   fill(dc, scaled({0, 0, 6, kNaturalHeight}), GetSysColor(COLOR_HIGHLIGHT));
   RECT display = scaled(kDisplay);
   fill(dc, display, GetSysColor(COLOR_WINDOW));
-  const Owned frame(CreateSolidBrush(between(state.background, state.foreground)));
+  const Owned frame(CreateSolidBrush(subdued(state.foreground, state.background)));
   FrameRect(dc, &display, frame.get());
   RECT edge = bounds_;
   if (state.is_flat) {
@@ -115,7 +115,7 @@ void Face::draw_label(HDC dc, Label label, const RECT& bounds, const FaceState& 
                                L"Arial"));
   if (font.get() != nullptr) SelectObject(dc, font.get());
   SetBkMode(dc, TRANSPARENT);
-  SetTextColor(dc, is_quiet ? between(front, back) : front);
+  SetTextColor(dc, is_quiet ? subdued(front, back) : front);
   RECT text_bounds = bounds;
   const std::wstring text = state.caption(label);
   DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &text_bounds,

@@ -147,6 +147,9 @@ LRESULT FaceWindow::handle_message(HWND window, UINT message, WPARAM wparam, LPA
     case WM_SETFOCUS:
       owner_.activated();
       return 0;
+    case WM_SETCURSOR:
+      SetCursor(LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));  // the arrow
+      return TRUE;
     case WM_SYSCOLORCHANGE:
     case WM_THEMECHANGED:
       refresh();

@@ -23,7 +23,6 @@ FaceWindowClass::FaceWindowClass(WNDPROC procedure) {
     description.style = CS_HREDRAW | CS_VREDRAW;
     description.lpfnWndProc = procedure;
     description.hInstance = windows::this_module();
-    description.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));  // the arrow
     description.lpszClassName = name();
     if (RegisterClassExW(&description) == 0) throw ComError(HRESULT_FROM_WIN32(GetLastError()));
   }
