@@ -51,7 +51,7 @@ void InPlaceObject::hide() {
 
 void InPlaceObject::open_window() {
   const auto site = hosting_.site().as<IOleInPlaceSite>();
-  if (!site) throw ComError(OLEOBJ_S_CANNOT_DOVERB_NOW);
+  if (!site) throw ComError(E_UNEXPECTED);
   if (site->CanInPlaceActivate() != S_OK) throw ComError(E_FAIL);
   check(site->OnInPlaceActivate());
   try {

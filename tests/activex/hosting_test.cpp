@@ -337,6 +337,11 @@ TEST_F(HostingPicture, IsGivenAsMetafiles) {
   EXPECT_EQ(data->QueryGetData(&format), DV_E_FORMATETC);
 }
 
+TEST_F(Hosting, IsNotShownWithoutASite) {
+  EXPECT_EQ(as<IOleObject>()->DoVerb(OLEIVERB_SHOW, nullptr, nullptr, 0, nullptr, nullptr),
+            E_UNEXPECTED);
+}
+
 TEST_F(Hosting, AnotherAspectIsRefused) {
   SIZEL size{};
   const RECTL bounds{0, 0, 10, 10};
