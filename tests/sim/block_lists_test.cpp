@@ -2,40 +2,36 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/sim/block_client.h"
+#include "tests/sim/scenario.h"
 
 namespace plexum::sim {
 namespace {
 
+constexpr std::string_view kList = "00 01 12 04 11 43 02 00";
+
 TEST(BlockLists, CountAndListByType) {
-  const std::string list = "00 01 12 04 11 43 02 00";
-  BlockClient client;
-  EXPECT_EQ(client.userdata("00 01 12 04 11 43 01 00", "0A 00 00 00"),
+  Conversation conversation;
+  EXPECT_EQ(conversation.userdata("00 01 12 04 11 43 01 00", "0A 00 00 00"),
             expected("00 01 12 08 12 83 01 01 00 00 00 00 | FF 09 00 1C '08' 00 01 '0E' 00 01 "
                      "'0C' 00 02 '0A' 00 0A '0B' 00 05 '0D' 00 47 '0F' 00 0E"));
-  EXPECT_EQ(client.userdata(list, "FF 09 00 02 '0C'"),
-            expected("00 01 12 08 12 83 02 01 00 00 00 00 | FF 09 00 08 00 01 22 01 00 02 22 01"));
-  EXPECT_EQ(client.userdata(list, "FF 09 00 02 '0B'"),
+  EXPECT_EQ(conversation.userdata(kList, "FF 09 00 02 '0B'"),
             expected("00 01 12 08 12 83 02 01 00 00 00 00 | FF 09 00 14 "
                      "00 00 22 07 00 01 22 07 00 02 22 07 00 04 22 07 00 07 22 07"));
-  client.invoke("_DELE", kFc1);
-  EXPECT_EQ(client.userdata(list, "FF 09 00 02 '0C'"),
-            expected("00 01 12 08 12 83 02 01 00 00 00 00 | FF 09 00 04 00 02 22 01"));
-  client.invoke("_DELE", {BlockType::kFunction, 2});
-  EXPECT_EQ(client.say(MessageType::kUserdata, list, "FF 09 00 02 '0C'"),
+  EXPECT_EQ(conversation.userdata(kList, "FF 09 00 02 '09'"),
+            "00 01 12 08 12 83 02 00 00 00 D2 01 | 0A 00 00 00");
+
+  conversation.plc.blocks.clear();
+  EXPECT_EQ(text(conversation.exchange(MessageType::kUserdata, kList, "FF 09 00 02 '0C'")),
             dump("03 00 00 21 02 F0 80 32 07 00 00 02 00 00 0C 00 04 |"
                  "00 01 12 08 12 83 02 00 00 00 D2 0E 0A 00 00 00"))
       << "33 bytes when there is none";
-  EXPECT_EQ(client.userdata(list, "FF 09 00 02 '09'"),
-            "00 01 12 08 12 83 02 00 00 00 D2 01 | 0A 00 00 00");
 }
 
+// In parts: whole entries only, so these are shorter than those of other answers.
 TEST(BlockLists, ComeInPartsWhenTheyAreLong) {
-  const std::string list = "00 01 12 04 11 43 02 00";
   Conversation conversation;
-  const std::string first = conversation.userdata(list, "FF 09 00 02 '0D'");
-  EXPECT_TRUE(first.starts_with(
-      "00 01 12 08 12 83 02 01 01 01 00 00 | FF 09 00 D0 00 00 42 01 00 01 42 01 00 02 42 01"))
+  const std::string first = conversation.userdata(kList, "FF 09 00 02 '0D'");
+  EXPECT_TRUE(first.starts_with("00 01 12 08 12 83 02 01 01 01 00 00 | FF 09 00 D0 00 00 42 01"))
       << first;
   const std::string second =
       conversation.userdata("00 01 12 08 12 43 02 01 00 00 00 00", "0A 00 00 00");

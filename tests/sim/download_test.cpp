@@ -2,10 +2,70 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/sim/block_client.h"
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/block_images.h"
+#include "tests/sim/scenario.h"
 
 namespace plexum::sim {
 namespace {
+
+constexpr BlockId kFc1{BlockType::kFunction, 1};
+constexpr std::size_t kPart = 222;  // of an image, in bytes
+
+Bytes image_of_fc1(std::size_t size) {
+  const std::string image = test::block_image(0x0C, 1, size);
+  return {image.begin(), image.end()};
+}
+
+// The data of an answer to the PLC's job for a part.
+Bytes part(ByteView bytes) { return Writer().u16(bytes.size()).u16(0xFB).bytes(bytes).take(); }
+
+// A client that downloads FC 1, in messages.
+struct Downloader : Conversation {
+  // The messages that `message` is answered with, parsed.
+  std::vector<Message> exchange(const Message& message) {
+    constexpr std::size_t kFrame = 7;
+    std::vector<Message> answers;
+    for (const Output& output : session.receive(wrap_message(build_message(message)))) {
+      answers.push_back(parse_message(ByteView(output.bytes).subspan(kFrame)));
+    }
+    return answers;
+  }
+
+  // The PLC's acknowledgement, and its job for the first part. Lengths of three digits.
+  std::vector<Message> request(std::size_t size, std::size_t code) {
+    const Bytes parameter = hex("1A 00 01 00 00 00 00 00 09 '_0C00001P' 0D '1000" +
+                                std::to_string(size) + "000" + std::to_string(code) + "'");
+    return exchange({MessageType::kJob, 0x0D00, Error::kNone, parameter, {}});
+  }
+
+  std::vector<Message> answer(const Message& job, std::string_view parameter, Bytes data = {},
+                              Error error = Error::kNone) {
+    return exchange({MessageType::kAckData, job.reference, error, hex(parameter), std::move(data)});
+  }
+
+  std::string insert() { return job("28 00 00 00 00 00 00 FD 00 0A 01 00 '0C00001P' 05 '_INSE'"); }
+
+  // The whole dialogue; what inserting the block is answered with.
+  std::string download(const Bytes& image, std::size_t code) {
+    Message job = request(image.size(), code).at(1);
+    ByteView left(image);
+    while (job.function() == Function::kDownloadBlock) {
+      const ByteView bytes = left.first(std::min(kPart, left.size()));
+      left = left.subspan(bytes.size());
+      // Every full part is marked as followed by others, the last one too.
+      job = answer(job, bytes.size() == kPart ? "1B 01" : "1B 00", part(bytes)).at(0);
+    }
+    EXPECT_TRUE(left.empty());
+    EXPECT_TRUE(answer(job, "1C").empty());
+    return insert();
+  }
+
+  Bytes fc1() const { return plc.blocks.image(kFc1); }
+};
 
 // The bytes of a whole dialogue: what the client says, what the PLC answers.
 TEST(Download, IsADialogueAsWithACpu) {
@@ -41,73 +101,8 @@ TEST(Download, IsADialogueAsWithACpu) {
   }
 }
 
-TEST(Download, BringsBackImagesOfAnySize) {
-  for (const std::size_t size : {36u, 37u, 221u, 222u, 223u, 444u, 500u, 1234u, 60000u}) {
-    const BlockId id{size % 2 == 0 ? BlockType::kData : BlockType::kFunction, 77};
-    const Bytes image = image_of(id, size);
-    BlockClient client;
-    EXPECT_EQ(client.download(id, image), Error::kNone) << size;
-    EXPECT_EQ(client.upload(id), image) << size;
-  }
-}
-
-TEST(Download, BringsBackEveryBlockOfTheStore) {
-  BlockClient client;
-  std::size_t blocks = 0;
-  for (const BlockType type : {BlockType::kOrganisation, BlockType::kData, BlockType::kSystemData,
-                               BlockType::kFunction, BlockType::kFunctionBlock}) {
-    for (const BlockStore::Entry& entry : client.plc.blocks.list(type)) {
-      const BlockId id{type, entry.number};
-      const Bytes image = client.upload(id);
-      EXPECT_EQ(client.invoke("_DELE", id), Error::kNone);
-      Error error = Error::kNone;
-      client.upload(id, &error);
-      EXPECT_EQ(error, Error::kNoSuchBlock);
-      EXPECT_EQ(client.download(id, image), Error::kNone);
-      EXPECT_EQ(client.upload(id), image) << id.designation();
-      ++blocks;
-    }
-  }
-  EXPECT_EQ(blocks, 1u + 10 + 5 + 2 + 1);
-}
-
-TEST(Download, RefusesImagesThatAreNotWhatWasAnnounced) {
-  const Bytes good = image_of(kFc1, 100);
-  const auto changed = [&](std::size_t position, std::uint8_t to) {
-    Bytes image = good;
-    image[position] = to;
-    return image;
-  };
-  struct Case {
-    const char* name;
-    Bytes image;
-    Error error;
-  };
-  const Case cases[] = {
-      {"no header", changed(0, 0x71), Error::kBlockStructure},
-      {"another type", changed(5, 0x0A), Error::kBlockStructure},
-      {"another number", changed(7, 2), Error::kBlockNumber},
-      {"another length", changed(11, 99), Error::kBlockLengths},
-      {"sections beyond its end", changed(29, 1), Error::kBlockLengths},
-      {"as good", good, Error::kNone},
-  };
-  for (const Case& c : cases) {
-    BlockClient client;
-    const Bytes before = client.upload(kFc1);
-    EXPECT_EQ(client.download(kFc1, c.image), c.error) << c.name;
-    EXPECT_EQ(client.upload(kFc1), c.error == Error::kNone ? good : before) << c.name;
-  }
-  BlockClient client;
-  EXPECT_EQ(client.download(kFc1, good, 63), Error::kBlockLengths) << "another code length";
-}
-
 TEST(Download, RefusesAnnouncementsThatItCannotTake) {
-  struct Case {
-    const char* name;
-    const char* job;
-    const char* answer;
-  };
-  const Case cases[] = {
+  const JobCase cases[] = {
       // clang-format off
       {"shorter than a header",  "1A 00 01 00 00 00 00 00 09 '_0A00012P' 0D '1000035000000'", "refused D2 19"},
       {"code beyond the image",  "1A 00 01 00 00 00 00 00 09 '_0A00012P' 0D '1000040000005'", "refused D2 19"},
@@ -118,93 +113,83 @@ TEST(Download, RefusesAnnouncementsThatItCannotTake) {
       {"insert without one",     "28 00 00 00 00 00 00 FD 00 0A 01 00 '0A00012P' 05 '_INSE'", "refused D2 09"},
       // clang-format on
   };
-  Conversation conversation;
-  for (const Case& c : cases) EXPECT_EQ(conversation.job(c.job), c.answer) << c.name;
+  Conversation().expect_answers(cases);
+}
+
+TEST(Download, PutsIntoUseOnlyWhatWasAnnounced) {
+  struct Case {
+    const char* name;
+    std::size_t position;
+    std::uint8_t value;  // of the image's byte there
+    std::size_t code;
+    std::string answer;
+  };
+  const Case cases[] = {
+      {"no header", 0, 0x71, 408, "refused D2 26"},
+      {"another type", 5, 0x0A, 408, "refused D2 26"},
+      {"another number", 7, 2, 408, "refused D2 10"},
+      {"another length", 11, 99, 408, "refused D2 19"},
+      {"sections beyond its end", 29, 1, 408, "refused D2 19"},
+      {"another code length", 0, 0x70, 407, "refused D2 19"},
+      {"as announced, two full parts", 0, 0x70, 408, "28 | "},
+  };
+  for (const Case& c : cases) {
+    Downloader client;
+    const Bytes before = client.fc1();
+    Bytes image = image_of_fc1(2 * kPart);
+    image[c.position] = c.value;
+    EXPECT_EQ(client.download(image, c.code), c.answer) << c.name;
+    EXPECT_EQ(client.fc1(), c.answer == "28 | " ? image : before) << c.name;
+  }
 }
 
 TEST(Download, ThatBreaksOffLeavesTheOldBlockWhole) {
-  const Bytes image = image_of(kDb5, 500);
-  const ByteView all(image);
+  const Bytes image = image_of_fc1(300);
+  const Bytes first_part = part(ByteView(image).first(kPart));
   struct Case {
     const char* name;
-    void (*break_off)(BlockClient&, const Message& job, ByteView image);
+    const char* parameter;  // of the answer to the job for the second part
+    Bytes data;
+    Error error = Error::kNone;
   };
   const Case cases[] = {
-      {"the client says no more", [](BlockClient&, const Message&, ByteView) {}},
-      {"after one part", [](BlockClient& client, const Message& job,
-                            ByteView part) { client.answer_part(job, part.first(kPart), true); }},
-      {"an error for a part",
-       [](BlockClient& client, const Message& job, ByteView) {
-         EXPECT_TRUE(
-             client
-                 .exchange(
-                     {MessageType::kAckData, job.reference, Error::kWrongSequence, hex("1B"), {}})
-                 .empty());
-       }},
-      {"another answer",
-       [](BlockClient& client, const Message& job, ByteView) {
-         EXPECT_TRUE(
-             client.exchange({MessageType::kAckData, job.reference, Error::kNone, hex("1C"), {}})
-                 .empty());
-       }},
-      {"a part that lies about its length",
-       [](BlockClient& client, const Message& job, ByteView) {
-         EXPECT_TRUE(client
-                         .exchange({MessageType::kAckData, job.reference, Error::kNone,
-                                    hex("1B 00"), hex("00 05 00 FB 01 02")})
-                         .empty());
-       }},
-      {"an empty part", [](BlockClient& client, const Message& job,
-                           ByteView) { EXPECT_TRUE(client.answer_part(job, {}, true).empty()); }},
-      {"more than was announced",
-       [](BlockClient& client, const Message& job, ByteView part) {
-         const Message second = client.answer_part(job, part.first(kPart), true).at(0);
-         const Message third = client.answer_part(second, part.first(kPart), true).at(0);
-         EXPECT_TRUE(client.answer_part(third, part.first(kPart), true).empty());
-       }},
+      {"an error", "1B", {}, Error::kWrongSequence},
+      {"another answer", "1C", {}},
+      {"a part that lies about its length", "1B 00", hex("00 05 00 FB 01 02")},
+      {"an empty part", "1B 01", hex("00 00 00 FB")},
+      {"more than was announced", "1B 01", first_part},
   };
   for (const Case& c : cases) {
-    BlockClient client;
-    const Bytes before = client.upload(kDb5);
-    const Message job = client.request_download(kDb5, 500, 464).at(1);
-    c.break_off(client, job, all);
-    EXPECT_EQ(client.invoke("_INSE", kDb5), Error::kNoSuchBlock) << c.name;
-    EXPECT_EQ(client.upload(kDb5), before) << c.name;
-    EXPECT_EQ(client.download(kDb5, image), Error::kNone) << c.name << ", and the next one";
-    EXPECT_EQ(client.upload(kDb5), image) << c.name;
+    Downloader client;
+    const Bytes before = client.fc1();
+    const Message job = client.request(300, 264).at(1);
+    const Message second = client.answer(job, "1B 01", first_part).at(0);
+    EXPECT_EQ(client.insert(), "refused D2 09") << c.name << ", after one part";
+    EXPECT_TRUE(client.answer(second, c.parameter, c.data, c.error).empty()) << c.name;
+    EXPECT_EQ(client.insert(), "refused D2 09") << c.name;
+    EXPECT_EQ(client.fc1(), before) << c.name;
+    EXPECT_EQ(client.download(image, 264), "28 | ") << c.name << ", and the next one";
+    EXPECT_EQ(client.fc1(), image) << c.name;
   }
 }
 
 TEST(Download, IgnoresAnswersWithAnotherReference) {
-  BlockClient client;
-  Message job = client.request_download(kDb5, 500, 464).at(1);
-  job.reference += 1;
-  EXPECT_TRUE(client.answer_part(job, hex("01"), true).empty());
-  job.reference -= 1;
-  EXPECT_EQ(client.answer_part(job, hex("01"), true).size(), 1u);
-}
-
-TEST(Download, ForgetsNothingWhenProtected) {
-  Options options;
-  options.write_protected = true;
-  BlockClient client(options);
-  EXPECT_EQ(client.download(kDb5, image_of(kDb5, 100)), Error::kProtected);
-  Error error = Error::kNone;
-  client.upload(kDb5, &error);
-  EXPECT_EQ(error, Error::kProtected);
+  Downloader client;
+  const Message job = client.request(300, 264).at(1);
+  Message other = job;
+  ++other.reference;
+  EXPECT_TRUE(client.answer(other, "1B 01", part(hex("01"))).empty());
+  EXPECT_EQ(client.answer(job, "1B 01", part(hex("01"))).size(), 1u);
 }
 
 TEST(Download, KeepsABoundedAmountOfBlocksThatNobodyInserts) {
-  BlockClient client;
-  const auto stage = [&](std::uint16_t number) {
-    const BlockId id{BlockType::kFunction, number};
-    const std::vector<Message> said = client.request_download(id, 900'000, 100);
-    if (said[0].error != Error::kNone) return said[0].error;
-    client.plc.blocks.stage({id, 900'000, 100}, Bytes(900'000));
-    return Error::kNone;
-  };
-  for (std::uint16_t number = 1; number <= 4; ++number) EXPECT_EQ(stage(number), Error::kNone);
-  EXPECT_EQ(stage(5), Error::kOutOfMemory);
+  Plc plc({});
+  BlockStore::Announcement announced{kFc1, 900'000, 100};
+  for (; announced.id.number <= 4; ++announced.id.number) {
+    EXPECT_NO_THROW(plc.blocks.check_announcement(announced));
+    plc.blocks.stage(announced, Bytes(announced.image_length));
+  }
+  EXPECT_THROW(plc.blocks.check_announcement(announced), Refusal);
 }
 
 }  // namespace

@@ -12,6 +12,9 @@ using namespace std::chrono_literals;
 constexpr std::string_view kReadValues = "04 01 12 0A 10 02 00 0B 00 00 83 00 03 20";
 
 TEST(Program, ChangesItsValuesWhileThePlcRuns) {
+  Conversation without;
+  EXPECT_EQ(without.job(kReadValues).substr(20), "00 00 00 00 00 00 00 00 00 00 00");
+
   Clock::TimePoint now{std::chrono::sys_days(2026y / 1 / 1)};
   Options options;
   options.runs_program = true;
@@ -28,11 +31,6 @@ TEST(Program, ChangesItsValuesWhileThePlcRuns) {
   conversation.job("28 00 00 00 00 00 00 FD 00 00 09 'P_PROGRAM'");
   now += 1s;
   EXPECT_EQ(values().substr(0, 5), "00 01") << "begins anew";
-}
-
-TEST(Program, LeavesTheMemoryAloneUnlessAskedFor) {
-  Conversation conversation;
-  EXPECT_EQ(conversation.job(kReadValues).substr(20), "00 00 00 00 00 00 00 00 00 00 00");
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <span>
 #include <string>
 
 #include "sim/session.h"
@@ -39,6 +42,13 @@ inline std::string expected(const std::string& answer) {
   return dump(answer.substr(0, bar)) + " | " + dump(answer.substr(bar + 1));
 }
 
+struct JobCase {
+  const char* name;
+  const char* parameter;
+  const char* answer;  // as expected() takes it
+  const char* data = "";
+};
+
 // A PLC with one connection that is set up, ready for jobs.
 struct Conversation {
   explicit Conversation(const Options& options = {}) : plc(options), session(plc) {
@@ -49,22 +59,27 @@ struct Conversation {
   std::string say(std::string_view telegram) { return text(session.receive(hex(telegram))); }
 
   // A job or userdata message in its frame: the lengths are filled in.
-  std::string say(MessageType type, std::string_view parameter, std::string_view data = "") {
-    return text(session.receive(
-        wrap_message(build_message({type, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
+  Outputs exchange(MessageType type, std::string_view parameter, std::string_view data = "") {
+    return session.receive(
+        wrap_message(build_message({type, 0x0200, Error::kNone, hex(parameter), hex(data)})));
   }
 
-  // The same for a job, and only what follows the answer's error bytes: its parameter and data;
-  // "refused ECCC" for a bare acknowledgement.
+  // What follows the error bytes of a job's answer, its parameter and data; "refused ECCC" for a
+  // bare acknowledgement.
   std::string job(std::string_view parameter, std::string_view data = "") {
-    return content(session.receive(wrap_message(
-        build_message({MessageType::kJob, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
+    return content(exchange(MessageType::kJob, parameter, data));
   }
 
   // The same for userdata.
   std::string userdata(std::string_view parameter, std::string_view data) {
-    return content(session.receive(wrap_message(
-        build_message({MessageType::kUserdata, 0x0200, Error::kNone, hex(parameter), hex(data)}))));
+    return content(exchange(MessageType::kUserdata, parameter, data));
+  }
+
+  // Gives the PLC one job after the other.
+  void expect_answers(std::span<const JobCase> cases) {
+    for (const JobCase& c : cases) {
+      EXPECT_EQ(job(c.parameter, c.data), expected(c.answer)) << c.name;
+    }
   }
 
   static std::string content(const Outputs& outputs) {

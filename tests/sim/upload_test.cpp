@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/sim/block_client.h"
+#include "tests/sim/scenario.h"
 
 namespace plexum::sim {
 namespace {
@@ -25,14 +25,8 @@ TEST(Upload, IsAnsweredAsByACpu) {
 }
 
 TEST(Upload, RefusesWhatItMust) {
-  struct Case {
-    const char* name;
-    const char* job;
-    const char* answer;
-  };
-  const Case cases[] = {
+  const JobCase cases[] = {
       {"no such block", "1D 00 00 00 00 00 00 00 09 '_0C00099A'", "refused D2 09"},
-      {"no such DB", "1D 00 00 00 00 00 00 00 09 '_0A00011A'", "refused D2 09"},
       {"the CPU's own", "1D 00 00 00 00 00 00 00 09 '_0D00001A'", "refused 87 03"},
       {"unknown type", "1D 00 00 00 00 00 00 00 09 '_0900001A'", "refused D2 01"},
       {"short number", "1D 00 00 00 00 00 00 00 09 '_0C0001A'", "refused D2 01"},
@@ -40,21 +34,12 @@ TEST(Upload, RefusesWhatItMust) {
       {"end of nothing", "1F 00 00 00 00 00 00 63", "refused 84 01"},
   };
   Conversation conversation;
-  for (const Case& c : cases) EXPECT_EQ(conversation.job(c.job), c.answer) << c.name;
+  conversation.expect_answers(cases);
 
   for (int i = 0; i < 3; ++i) conversation.job("1D 00 00 00 00 00 00 00 09 '_0C00001A'");
   EXPECT_EQ(conversation.job("1D 00 00 00 00 00 00 00 09 '_0C00001A'"), "refused 83 04");
   conversation.job("1E 00 00 00 00 00 00 01");
   EXPECT_EQ(conversation.job("1E 00 00 00 00 00 00 01"), "refused 84 01") << "beyond its end";
-}
-
-TEST(Upload, ADataBlockCarriesItsActualValues) {
-  BlockClient client;
-  client.job("05 01 12 0A 10 02 00 02 00 05 84 00 00 50", "00 04 00 10 BE EF");
-  const Bytes image = client.upload(kDb5);
-  EXPECT_EQ(image.size(), 36u + 1024 + 36);
-  EXPECT_EQ(dump(ByteView(image).subspan(36 + 9, 4)), "00 BE EF 00");
-  EXPECT_EQ(parse_block_header(image).code_length, 1024u);
 }
 
 }  // namespace

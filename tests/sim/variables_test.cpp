@@ -7,70 +7,67 @@
 namespace plexum::sim {
 namespace {
 
-struct Case {
-  const char* name;
-  const char* parameter;
-  const char* data;
-  const char* answer;
-};
-
 // Items: 12 0A 10, transport size, count, data block, area, bit address.
-TEST(Variables, ReadsEveryAreaAndType) {
-  const Case cases[] = {
+TEST(Variables, ReadsOrTellsOfEachItemWhyItCannot) {
+  const JobCase cases[] = {
       // clang-format off
-      //                      fn n  syntax   ts count db    ar address
-      {"DB, BYTE",           "04 01 12 0A 10 02 00 04 00 01 84 00 00 08", "", "04 01 | FF 04 00 20 01 02 03 04"},
-      {"DB, BIT",            "04 01 12 0A 10 01 00 01 00 01 84 00 01 22", "", "04 01 | FF 03 00 01 01"},
-      {"DB, CHAR",           "04 01 12 0A 10 03 00 05 00 01 84 00 01 40", "", "04 01 | FF 09 00 05 'Hello'"},
-      {"DB, WORD",           "04 01 12 0A 10 04 00 01 00 01 84 00 00 80", "", "04 01 | FF 04 00 10 12 34"},
-      {"DB, INT",            "04 01 12 0A 10 05 00 01 00 01 84 00 00 90", "", "04 01 | FF 05 00 10 FF FE"},
-      {"DB, DWORD",          "04 01 12 0A 10 06 00 01 00 01 84 00 00 A0", "", "04 01 | FF 04 00 20 12 34 56 78"},
-      {"DB, DINT",           "04 01 12 0A 10 07 00 01 00 01 84 00 00 C0", "", "04 01 | FF 05 00 20 FF FE 79 60"},
-      {"DB, REAL",           "04 01 12 0A 10 08 00 02 00 01 84 00 00 E0", "", "04 01 | FF 07 00 08 40 48 F5 C3 C0 00 00 00"},
-      {"instance DB",        "04 01 12 0A 10 02 00 02 00 01 85 00 00 10", "", "04 01 | FF 04 00 10 02 03"},
-      {"inputs",             "04 01 12 0A 10 02 00 03 00 00 81 00 00 00", "", "04 01 | FF 04 00 18 01 02 04"},
-      {"outputs",            "04 01 12 0A 10 02 00 01 00 00 82 00 00 00", "", "04 01 | FF 04 00 08 00"},
-      {"flags, last byte",   "04 01 12 0A 10 02 00 01 00 00 83 00 3F F8", "", "04 01 | FF 04 00 08 00"},
-      {"peripheral",         "04 01 12 0A 10 02 00 01 00 00 80 00 00 00", "", "04 01 | FF 04 00 08 00"},
-      {"local data",         "04 01 12 0A 10 02 00 01 00 00 86 00 00 00", "", "04 01 | FF 04 00 08 00"},
-      {"timers 1 and 2",     "04 01 12 0A 10 1D 00 02 00 00 1D 00 00 01", "", "04 01 | FF 09 00 04 20 10 20 20"},
-      {"timer 1 as bytes",   "04 01 12 0A 10 02 00 02 00 00 1D 00 00 10", "", "04 01 | FF 04 00 10 20 10"},
-      {"counter 3",          "04 01 12 0A 10 1C 00 01 00 00 1C 00 00 03", "", "04 01 | FF 09 00 02 00 33"},
-      {"counter 3 as bytes", "04 01 12 0A 10 02 00 02 00 00 1C 00 00 30", "", "04 01 | FF 04 00 10 00 33"},
+      //                       fn n  syntax   ts count db    ar address
+      {"BYTE",                "04 01 12 0A 10 02 00 04 00 01 84 00 00 08", "04 01 | FF 04 00 20 01 02 03 04"},
+      {"BIT",                 "04 01 12 0A 10 01 00 01 00 01 84 00 01 22", "04 01 | FF 03 00 01 01"},
+      {"CHAR",                "04 01 12 0A 10 03 00 05 00 01 84 00 01 40", "04 01 | FF 09 00 05 'Hello'"},
+      {"WORD",                "04 01 12 0A 10 04 00 01 00 01 84 00 00 80", "04 01 | FF 04 00 10 12 34"},
+      {"INT",                 "04 01 12 0A 10 05 00 01 00 01 84 00 00 90", "04 01 | FF 05 00 10 FF FE"},
+      {"DWORD",               "04 01 12 0A 10 06 00 01 00 01 84 00 00 A0", "04 01 | FF 04 00 20 12 34 56 78"},
+      {"DINT",                "04 01 12 0A 10 07 00 01 00 01 84 00 00 C0", "04 01 | FF 05 00 20 FF FE 79 60"},
+      {"REAL",                "04 01 12 0A 10 08 00 02 00 01 84 00 00 E0", "04 01 | FF 07 00 08 40 48 F5 C3 C0 00 00 00"},
+      {"inputs",              "04 01 12 0A 10 02 00 03 00 00 81 00 00 00", "04 01 | FF 04 00 18 01 02 04"},
+      {"flags, last byte",    "04 01 12 0A 10 02 00 01 00 00 83 00 3F F8", "04 01 | FF 04 00 08 00"},
+      {"timers 1 and 2",      "04 01 12 0A 10 1D 00 02 00 00 1D 00 00 01", "04 01 | FF 09 00 04 20 10 20 20"},
+      {"timer 1 as bytes",    "04 01 12 0A 10 02 00 02 00 00 1D 00 00 10", "04 01 | FF 04 00 10 20 10"},
+      {"counter 3",           "04 01 12 0A 10 1C 00 01 00 00 1C 00 00 03", "04 01 | FF 09 00 02 00 33"},
+      {"across the DB's end", "04 01 12 0A 10 02 00 02 00 01 84 00 1F F8", "04 01 | 05 00 00 00"},
+      {"beyond the timers",   "04 01 12 0A 10 1D 00 01 00 00 1D 00 01 00", "04 01 | 05 00 00 00"},
+      {"the largest address", "04 01 12 0A 10 08 FF FF 00 01 84 FF FF FF", "04 01 | 05 00 00 00"},
+      {"bytes between bytes", "04 01 12 0A 10 02 00 01 00 01 84 00 00 54", "04 01 | 05 00 00 00"},
+      {"nothing",             "04 01 12 0A 10 02 00 00 00 01 84 00 00 00", "04 01 | 05 00 00 00"},
+      {"two bits",            "04 01 12 0A 10 01 00 02 00 01 84 00 00 00", "04 01 | 06 00 00 00"},
+      {"unknown type",        "04 01 12 0A 10 77 00 01 00 01 84 00 00 00", "04 01 | 06 00 00 00"},
+      {"words of timers",     "04 01 12 0A 10 04 00 01 00 00 1D 00 00 00", "04 01 | 06 00 00 00"},
+      {"timers in a DB",      "04 01 12 0A 10 1D 00 01 00 01 84 00 00 00", "04 01 | 06 00 00 00"},
+      {"other syntax",        "04 01 12 08 B0 01 04 00 01 00 00 00",       "04 01 | 06 00 00 00"},
+      {"no such DB",          "04 01 12 0A 10 02 00 01 00 63 84 00 00 00", "04 01 | 0A 00 00 00"},
+      {"no such area",        "04 01 12 0A 10 02 00 01 00 01 87 00 00 00", "04 01 | 0A 00 00 00"},
+      {"no items",            "04 00",                                     "refused 85 00"},
+      {"two, one there",      "04 02 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00"},
+      {"bytes behind it",     "04 01 12 0A 10 02 00 01 00 01 84 00 00 00 00", "refused 85 00"},
+      {"item of 9 bytes",     "04 01 12 09 10 02 00 01 00 01 84 00 00",    "refused 85 00"},
+      {"no variable specification",
+                              "04 01 13 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00"},
       // clang-format on
   };
-  Conversation conversation;
-  for (const Case& c : cases)
-    EXPECT_EQ(conversation.job(c.parameter), expected(c.answer)) << c.name;
+  Conversation().expect_answers(cases);
 }
 
-TEST(Variables, TellsOfEachItemWhyItCannotBeRead) {
-  const Case cases[] = {
+TEST(Variables, WritesOrTellsOfEachItemWhyItCannot) {
+  constexpr const char* kFlags = "04 01 12 0A 10 02 00 02 00 00 83 00 00 50";
+  const JobCase cases[] = {
       // clang-format off
-      {"beyond the DB",          "04 01 12 0A 10 02 00 01 00 01 84 00 20 00", "", "04 01 | 05 00 00 00"},
-      {"across the DB's end",    "04 01 12 0A 10 02 00 02 00 01 84 00 1F F8", "", "04 01 | 05 00 00 00"},
-      {"beyond the flags",       "04 01 12 0A 10 02 00 01 00 00 83 00 40 00", "", "04 01 | 05 00 00 00"},
-      {"beyond the timers",      "04 01 12 0A 10 1D 00 01 00 00 1D 00 01 00", "", "04 01 | 05 00 00 00"},
-      {"the largest address",    "04 01 12 0A 10 08 FF FF 00 01 84 FF FF FF", "", "04 01 | 05 00 00 00"},
-      {"bytes between bytes",    "04 01 12 0A 10 02 00 01 00 01 84 00 00 54", "", "04 01 | 05 00 00 00"},
-      {"nothing",                "04 01 12 0A 10 02 00 00 00 01 84 00 00 00", "", "04 01 | 05 00 00 00"},
-      {"two bits",               "04 01 12 0A 10 01 00 02 00 01 84 00 00 00", "", "04 01 | 06 00 00 00"},
-      {"unknown type",           "04 01 12 0A 10 77 00 01 00 01 84 00 00 00", "", "04 01 | 06 00 00 00"},
-      {"words of timers",        "04 01 12 0A 10 04 00 01 00 00 1D 00 00 00", "", "04 01 | 06 00 00 00"},
-      {"timers in a DB",         "04 01 12 0A 10 1D 00 01 00 01 84 00 00 00", "", "04 01 | 06 00 00 00"},
-      {"other syntax",           "04 01 12 08 B0 01 04 00 01 00 00 00",       "", "04 01 | 06 00 00 00"},
-      {"no such DB",             "04 01 12 0A 10 02 00 01 00 63 84 00 00 00", "", "04 01 | 0A 00 00 00"},
-      {"no such area",           "04 01 12 0A 10 02 00 01 00 01 87 00 00 00", "", "04 01 | 0A 00 00 00"},
-      {"no items",               "04 00",                                     "", "refused 85 00"},
-      {"two said, one there",    "04 02 12 0A 10 02 00 01 00 01 84 00 00 00", "", "refused 85 00"},
-      {"bytes behind the item",  "04 01 12 0A 10 02 00 01 00 01 84 00 00 00 00", "", "refused 85 00"},
-      {"item of 9 bytes",        "04 01 12 09 10 02 00 01 00 01 84 00 00",    "", "refused 85 00"},
-      {"no specification",       "04 01 13 0A 10 02 00 01 00 01 84 00 00 00", "", "refused 85 00"},
+      {"a bit",                 "05 01 12 0A 10 01 00 01 00 00 83 00 00 53", "05 01 | FF", "00 03 00 01 01"},
+      {"another",               "05 01 12 0A 10 01 00 01 00 00 83 00 00 56", "05 01 | FF", "00 03 00 01 01"},
+      {"clear one",             "05 01 12 0A 10 01 00 01 00 00 83 00 00 53", "05 01 | FF", "00 03 00 01 00"},
+      {"bits, read",            kFlags,                                      "04 01 | FF 04 00 10 40 00"},
+      {"a word, 12 first",      "05 01 12 0A 10 05 00 01 00 00 83 00 00 50", "05 01 | FF", "12 05 00 10 12 34"},
+      {"word, read",            kFlags,                                      "04 01 | FF 04 00 10 12 34"},
+      {"a timer",               "05 01 12 0A 10 1D 00 01 00 00 1D 00 00 00", "05 01 | 03", "00 09 00 02 00 00"},
+      {"a counter as bytes",    "05 01 12 0A 10 02 00 02 00 00 1C 00 00 00", "05 01 | 03", "00 04 00 10 00 00"},
+      {"fewer bytes than said", "05 01 12 0A 10 02 00 02 00 01 84 00 00 00", "05 01 | 07", "00 04 00 08 00"},
+      {"a byte for a bit",      "05 01 12 0A 10 01 00 01 00 01 84 00 00 00", "05 01 | 07", "00 04 00 08 00"},
+      {"no data",               "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00", ""},
+      {"data cut short",        "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00", "00 04 00 08"},
+      {"data behind the item",  "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00", "00 04 00 08 00 00 00"},
       // clang-format on
   };
-  Conversation conversation;
-  for (const Case& c : cases)
-    EXPECT_EQ(conversation.job(c.parameter), expected(c.answer)) << c.name;
+  Conversation().expect_answers(cases);
 }
 
 TEST(Variables, PadsAllItemsButTheLastToEven) {
@@ -101,45 +98,6 @@ TEST(Variables, MeasuresJobsAndAnswersByThePdu) {
   };
   EXPECT_EQ(write(212), expected("05 01 | FF")) << "10 of header, 14 of parameter, 4 of item";
   EXPECT_EQ(write(213), "refused 85 00");
-}
-
-TEST(Variables, WritesAndReadsBack) {
-  const Case cases[] = {
-      // clang-format off
-      {"set bit 3",       "05 01 12 0A 10 01 00 01 00 00 83 00 00 53", "00 03 00 01 01",             "04 01 | FF 04 00 20 08 00 00 00"},
-      {"clear bit 3",     "05 01 12 0A 10 01 00 01 00 00 83 00 00 53", "00 03 00 01 00",             "04 01 | FF 04 00 20 00 00 00 00"},
-      {"byte",            "05 01 12 0A 10 02 00 01 00 00 83 00 00 50", "00 04 00 08 7F",             "04 01 | FF 04 00 20 7F 00 00 00"},
-      {"word, 12 first",  "05 01 12 0A 10 05 00 01 00 00 83 00 00 50", "12 05 00 10 12 34",          "04 01 | FF 04 00 20 12 34 00 00"},
-      {"bytes",           "05 01 12 0A 10 02 00 04 00 00 83 00 00 50", "00 04 00 20 01 02 03 04",    "04 01 | FF 04 00 20 01 02 03 04"},
-      {"real",            "05 01 12 0A 10 08 00 01 00 00 83 00 00 50", "00 07 00 04 40 48 F5 C3",    "04 01 | FF 04 00 20 40 48 F5 C3"},
-      // clang-format on
-  };
-  Conversation conversation;
-  for (const Case& c : cases) {
-    EXPECT_EQ(conversation.job(c.parameter, c.data), expected("05 01 | FF")) << c.name;
-    EXPECT_EQ(conversation.job("04 01 12 0A 10 02 00 04 00 00 83 00 00 50"), expected(c.answer))
-        << c.name;
-  }
-}
-
-TEST(Variables, TellsOfEachItemWhyItCannotBeWritten) {
-  const Case cases[] = {
-      // clang-format off
-      {"a timer",               "05 01 12 0A 10 1D 00 01 00 00 1D 00 00 00", "00 09 00 02 00 00",    "05 01 | 03"},
-      {"a counter as bytes",    "05 01 12 0A 10 02 00 02 00 00 1C 00 00 00", "00 04 00 10 00 00",    "05 01 | 03"},
-      {"beyond the DB",         "05 01 12 0A 10 02 00 01 00 01 84 00 20 00", "00 04 00 08 00",       "05 01 | 05"},
-      {"no such DB",            "05 01 12 0A 10 02 00 01 00 63 84 00 00 00", "00 04 00 08 00",       "05 01 | 0A"},
-      {"fewer bytes than said", "05 01 12 0A 10 02 00 02 00 01 84 00 00 00", "00 04 00 08 00",       "05 01 | 07"},
-      {"a byte for a bit",      "05 01 12 0A 10 01 00 01 00 01 84 00 00 00", "00 04 00 08 00",       "05 01 | 07"},
-      {"no data",               "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "",                     "refused 85 00"},
-      {"data cut short",        "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "00 04 00 08",          "refused 85 00"},
-      {"data behind the item",  "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "00 04 00 08 00 00 00", "refused 85 00"},
-      // clang-format on
-  };
-  Conversation conversation;
-  for (const Case& c : cases) {
-    EXPECT_EQ(conversation.job(c.parameter, c.data), expected(c.answer)) << c.name;
-  }
 }
 
 TEST(Variables, TheBlocksOfTheOptionsExist) {
