@@ -7,9 +7,8 @@
 namespace plexum::sim {
 namespace {
 
-constexpr std::string_view kList = "00 01 12 04 11 43 02 00";
-
 TEST(BlockLists, CountAndListByType) {
+  constexpr std::string_view kList = "00 01 12 04 11 43 02 00";
   Conversation conversation;
   EXPECT_EQ(conversation.userdata("00 01 12 04 11 43 01 00", "0A 00 00 00"),
             expected("00 01 12 08 12 83 01 01 00 00 00 00 | FF 09 00 1C '08' 00 01 '0E' 00 01 "
@@ -25,18 +24,6 @@ TEST(BlockLists, CountAndListByType) {
             dump("03 00 00 21 02 F0 80 32 07 00 00 02 00 00 0C 00 04 |"
                  "00 01 12 08 12 83 02 00 00 00 D2 0E 0A 00 00 00"))
       << "33 bytes when there is none";
-}
-
-// In parts: whole entries only, so these are shorter than those of other answers.
-TEST(BlockLists, ComeInPartsWhenTheyAreLong) {
-  Conversation conversation;
-  const std::string first = conversation.userdata(kList, "FF 09 00 02 '0D'");
-  EXPECT_TRUE(first.starts_with("00 01 12 08 12 83 02 01 01 01 00 00 | FF 09 00 D0 00 00 42 01"))
-      << first;
-  const std::string second =
-      conversation.userdata("00 01 12 08 12 43 02 01 00 00 00 00", "0A 00 00 00");
-  EXPECT_TRUE(second.starts_with("00 01 12 08 12 83 02 01 01 00 00 00 | FF 09 00 4C 00 45 42 01"))
-      << second;
 }
 
 TEST(BlockLists, TellOfABlockWhatItsHeaderSays) {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/block_images.h"
@@ -13,6 +13,7 @@ namespace plexum::sim {
 namespace {
 
 constexpr BlockId kFc1{BlockType::kFunction, 1};
+constexpr const char* kInsert = "28 00 00 00 00 00 00 FD 00 0A 01 00 '0C00001P' 05 '_INSE'";
 constexpr std::size_t kPart = 222;  // of an image, in bytes
 
 Bytes image_of_fc1(std::size_t size) {
@@ -23,7 +24,7 @@ Bytes image_of_fc1(std::size_t size) {
 // The data of an answer to the PLC's job for a part.
 Bytes part(ByteView bytes) { return Writer().u16(bytes.size()).u16(0xFB).bytes(bytes).take(); }
 
-// A client that downloads FC 1, in messages.
+// A client that begins to download FC 1, in messages.
 struct Downloader : Conversation {
   // The messages that `message` is answered with, parsed.
   std::vector<Message> exchange(const Message& message) {
@@ -46,25 +47,6 @@ struct Downloader : Conversation {
                               Error error = Error::kNone) {
     return exchange({MessageType::kAckData, job.reference, error, hex(parameter), std::move(data)});
   }
-
-  std::string insert() { return job("28 00 00 00 00 00 00 FD 00 0A 01 00 '0C00001P' 05 '_INSE'"); }
-
-  // The whole dialogue; what inserting the block is answered with.
-  std::string download(const Bytes& image, std::size_t code) {
-    Message job = request(image.size(), code).at(1);
-    ByteView left(image);
-    while (job.function() == Function::kDownloadBlock) {
-      const ByteView bytes = left.first(std::min(kPart, left.size()));
-      left = left.subspan(bytes.size());
-      // Every full part is marked as followed by others, the last one too.
-      job = answer(job, bytes.size() == kPart ? "1B 01" : "1B 00", part(bytes)).at(0);
-    }
-    EXPECT_TRUE(left.empty());
-    EXPECT_TRUE(answer(job, "1C").empty());
-    return insert();
-  }
-
-  Bytes fc1() const { return plc.blocks.image(kFc1); }
 };
 
 // The bytes of a whole dialogue: what the client says, what the PLC answers.
@@ -125,27 +107,28 @@ TEST(Download, PutsIntoUseOnlyWhatWasAnnounced) {
     std::string answer;
   };
   const Case cases[] = {
-      {"no header", 0, 0x71, 408, "refused D2 26"},
-      {"another type", 5, 0x0A, 408, "refused D2 26"},
-      {"another number", 7, 2, 408, "refused D2 10"},
-      {"another length", 11, 99, 408, "refused D2 19"},
-      {"sections beyond its end", 29, 1, 408, "refused D2 19"},
-      {"another code length", 0, 0x70, 407, "refused D2 19"},
-      {"as announced, two full parts", 0, 0x70, 408, "28 | "},
+      {"no header", 0, 0x71, 264, "refused D2 26"},
+      {"another type", 5, 0x0A, 264, "refused D2 26"},
+      {"another number", 7, 2, 264, "refused D2 10"},
+      {"another length", 11, 99, 264, "refused D2 19"},
+      {"sections beyond its end", 29, 1, 264, "refused D2 19"},
+      {"another code length", 0, 0x70, 263, "refused D2 19"},
+      {"as announced", 0, 0x70, 264, "28 | "},
   };
   for (const Case& c : cases) {
-    Downloader client;
-    const Bytes before = client.fc1();
-    Bytes image = image_of_fc1(2 * kPart);
+    Conversation conversation;
+    BlockStore& blocks = conversation.plc.blocks;
+    const Bytes before = blocks.image(kFc1);
+    Bytes image = image_of_fc1(300);
     image[c.position] = c.value;
-    EXPECT_EQ(client.download(image, c.code), c.answer) << c.name;
-    EXPECT_EQ(client.fc1(), c.answer == "28 | " ? image : before) << c.name;
+    blocks.stage({kFc1, image.size(), c.code}, image);
+    EXPECT_EQ(conversation.job(kInsert), c.answer) << c.name;
+    EXPECT_EQ(blocks.image(kFc1), c.answer == "28 | " ? image : before) << c.name;
   }
 }
 
 TEST(Download, ThatBreaksOffLeavesTheOldBlockWhole) {
-  const Bytes image = image_of_fc1(300);
-  const Bytes first_part = part(ByteView(image).first(kPart));
+  const Bytes first_part = part(image_of_fc1(kPart));
   struct Case {
     const char* name;
     const char* parameter;  // of the answer to the job for the second part
@@ -161,15 +144,13 @@ TEST(Download, ThatBreaksOffLeavesTheOldBlockWhole) {
   };
   for (const Case& c : cases) {
     Downloader client;
-    const Bytes before = client.fc1();
+    const Bytes before = client.plc.blocks.image(kFc1);
     const Message job = client.request(300, 264).at(1);
     const Message second = client.answer(job, "1B 01", first_part).at(0);
-    EXPECT_EQ(client.insert(), "refused D2 09") << c.name << ", after one part";
+    EXPECT_EQ(client.job(kInsert), "refused D2 09") << c.name << ", after one part";
     EXPECT_TRUE(client.answer(second, c.parameter, c.data, c.error).empty()) << c.name;
-    EXPECT_EQ(client.insert(), "refused D2 09") << c.name;
-    EXPECT_EQ(client.fc1(), before) << c.name;
-    EXPECT_EQ(client.download(image, 264), "28 | ") << c.name << ", and the next one";
-    EXPECT_EQ(client.fc1(), image) << c.name;
+    EXPECT_EQ(client.job(kInsert), "refused D2 09") << c.name;
+    EXPECT_EQ(client.plc.blocks.image(kFc1), before) << c.name;
   }
 }
 
