@@ -27,7 +27,7 @@ Bytes part(ByteView bytes) { return Writer().u16(bytes.size()).u16(0xFB).bytes(b
 // A client that begins to download FC 1, in messages.
 struct Downloader : Conversation {
   // The messages that `message` is answered with, parsed.
-  std::vector<Message> exchange(const Message& message) {
+  std::vector<Message> replies_to(const Message& message) {
     constexpr std::size_t kFrame = 7;
     std::vector<Message> answers;
     for (const Output& output : session.receive(wrap_message(build_message(message)))) {
@@ -40,12 +40,13 @@ struct Downloader : Conversation {
   std::vector<Message> request(std::size_t size, std::size_t code) {
     const Bytes parameter = hex("1A 00 01 00 00 00 00 00 09 '_0C00001P' 0D '1000" +
                                 std::to_string(size) + "000" + std::to_string(code) + "'");
-    return exchange({MessageType::kJob, 0x0D00, Error::kNone, parameter, {}});
+    return replies_to({MessageType::kJob, 0x0D00, Error::kNone, parameter, {}});
   }
 
   std::vector<Message> answer(const Message& job, std::string_view parameter, Bytes data = {},
                               Error error = Error::kNone) {
-    return exchange({MessageType::kAckData, job.reference, error, hex(parameter), std::move(data)});
+    return replies_to(
+        {MessageType::kAckData, job.reference, error, hex(parameter), std::move(data)});
   }
 };
 
