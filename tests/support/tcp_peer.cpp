@@ -1,7 +1,7 @@
 #include "support/tcp_peer.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cerrno>
 #include <stdexcept>
 
 #ifdef _WIN32
@@ -21,8 +21,11 @@ namespace {
 
 #ifdef _WIN32
 using NativeSocket = SOCKET;
+using Size = int;
 using Length = int;
 constexpr int kQuiet = 0;
+constexpr int kSending = SD_SEND;
+constexpr int kWouldBlock = WSAEWOULDBLOCK;
 
 struct Winsock {
   Winsock() {
@@ -33,46 +36,50 @@ struct Winsock {
 };
 const Winsock winsock;
 
-int close_native(NativeSocket socket) { return closesocket(socket); }
 int last_error() { return WSAGetLastError(); }
-bool would_block() { return WSAGetLastError() == WSAEWOULDBLOCK; }
-int poll_native(NativeSocket socket, short events, int milliseconds) {
-  WSAPOLLFD one{};
-  one.fd = socket;
-  one.events = events;
-  return WSAPoll(&one, 1, milliseconds);
+int poll(pollfd* descriptor, ULONG count, int milliseconds) {
+  return WSAPoll(descriptor, count, milliseconds);
 }
+int close_socket(NativeSocket socket) { return closesocket(socket); }
 void make_non_blocking(NativeSocket socket) {
   u_long on = 1;
   ioctlsocket(socket, static_cast<long>(FIONBIO), &on);
 }
 #else
 using NativeSocket = int;
+using Size = std::size_t;
 using Length = socklen_t;
 constexpr int kQuiet = MSG_NOSIGNAL;
+constexpr int kSending = SHUT_WR;
+constexpr int kWouldBlock = EAGAIN;
 
-int close_native(NativeSocket socket) { return ::close(socket); }
 int last_error() { return errno; }
-bool would_block() { return errno == EAGAIN || errno == EWOULDBLOCK; }
-int poll_native(NativeSocket socket, short events, int milliseconds) {
-  pollfd one{socket, events, 0};
-  return ::poll(&one, 1, milliseconds);
-}
+int close_socket(NativeSocket socket) { return ::close(socket); }
+using ::poll;
 void make_non_blocking(NativeSocket socket) { ::fcntl(socket, F_SETFL, O_NONBLOCK); }
 #endif
 
 // A test whose client never does what is waited for fails instead of hanging.
 constexpr int kLongestWait = 20'000;  // milliseconds
 
-[[noreturn]] void fail(const char* what) {
-  throw std::runtime_error(std::string(what) + ": " + std::to_string(last_error()));
-}
-
 void check(bool succeeded, const char* what) {
-  if (!succeeded) fail(what);
+  if (!succeeded) throw std::runtime_error(what + (": " + std::to_string(last_error())));
 }
 
 NativeSocket native(std::intptr_t descriptor) { return static_cast<NativeSocket>(descriptor); }
+
+void await(std::intptr_t descriptor, short event) {
+  pollfd one{};
+  one.fd = native(descriptor);
+  one.events = event;
+  check(poll(&one, 1, kLongestWait) == 1, "waiting");
+}
+
+// How many bytes a send or receive has moved; none where it would have had to wait.
+std::size_t moved(std::intptr_t count) {
+  check(count >= 0 || last_error() == kWouldBlock, "send or receive");
+  return static_cast<std::size_t>(std::max<std::intptr_t>(count, 0));
+}
 
 }  // namespace
 
@@ -116,74 +123,42 @@ TcpPeer::~TcpPeer() {
 
 void TcpPeer::accept() {
   close_descriptor(connection_);
-  check(poll_native(native(listener_), POLLIN, kLongestWait) == 1, "waiting for a connection");
+  await(listener_, POLLIN);
   connection_ = static_cast<Descriptor>(::accept(native(listener_), nullptr, nullptr));
   check(connection_ != kNone, "accept");
   make_non_blocking(native(connection_));
 }
 
-std::intptr_t TcpPeer::send_now(const char* bytes, std::size_t size) {
-#ifdef _WIN32
-  return ::send(native(connection_), bytes, static_cast<int>(size), kQuiet);
-#else
-  return ::send(native(connection_), bytes, size, kQuiet);
-#endif
-}
-
 std::size_t TcpPeer::send_some(const std::string& bytes) {
-  const std::intptr_t sent = send_now(bytes.data(), bytes.size());
-  if (sent >= 0) return static_cast<std::size_t>(sent);
-  check(would_block(), "send");
-  return 0;
+  return moved(::send(native(connection_), bytes.data(), static_cast<Size>(bytes.size()), kQuiet));
 }
 
 void TcpPeer::send(const std::string& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
-    check(poll_native(native(connection_), POLLOUT, kLongestWait) == 1, "waiting to send");
-    const std::intptr_t count = send_now(bytes.data() + sent, bytes.size() - sent);
-    check(count >= 0 || would_block(), "send");
-    sent += static_cast<std::size_t>(std::max<std::intptr_t>(count, 0));
+    await(connection_, POLLOUT);
+    sent += send_some(bytes.substr(sent));
   }
-}
-
-std::intptr_t TcpPeer::receive_now(char* bytes, std::size_t size) {
-#ifdef _WIN32
-  return ::recv(native(connection_), bytes, static_cast<int>(size), 0);
-#else
-  return ::recv(native(connection_), bytes, size, 0);
-#endif
 }
 
 std::string TcpPeer::receive_some(std::size_t size) {
   std::string bytes(size, '\0');
-  const std::intptr_t count = receive_now(bytes.data(), size);
-  check(count >= 0 || would_block(), "receive");
-  bytes.resize(static_cast<std::size_t>(std::max<std::intptr_t>(count, 0)));
+  bytes.resize(moved(::recv(native(connection_), bytes.data(), static_cast<Size>(size), 0)));
   return bytes;
 }
 
 std::string TcpPeer::receive(std::size_t size) {
-  std::string bytes(size, '\0');
-  std::size_t received = 0;
-  while (received < size) {
-    check(poll_native(native(connection_), POLLIN, kLongestWait) == 1, "waiting to receive");
-    const std::intptr_t count = receive_now(bytes.data() + received, size - received);
-    check(count >= 0, "receive");
-    if (count == 0) break;
-    received += static_cast<std::size_t>(count);
+  std::string bytes;
+  while (bytes.size() < size) {
+    await(connection_, POLLIN);
+    const std::string piece = receive_some(size - bytes.size());
+    if (piece.empty()) break;
+    bytes += piece;
   }
-  bytes.resize(received);
   return bytes;
 }
 
-void TcpPeer::finish() {
-#ifdef _WIN32
-  ::shutdown(native(connection_), SD_SEND);
-#else
-  ::shutdown(native(connection_), SHUT_WR);
-#endif
-}
+void TcpPeer::finish() { ::shutdown(native(connection_), kSending); }
 
 void TcpPeer::close() { close_descriptor(connection_); }
 
@@ -198,7 +173,7 @@ void TcpPeer::reset() {
 void TcpPeer::stop_listening() { close_descriptor(listener_); }
 
 void TcpPeer::close_descriptor(Descriptor& descriptor) {
-  if (descriptor != kNone) close_native(native(descriptor));
+  if (descriptor != kNone) close_socket(native(descriptor));
   descriptor = kNone;
 }
 

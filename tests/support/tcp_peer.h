@@ -47,8 +47,6 @@ class TcpPeer {
   static constexpr Descriptor kNone = -1;
 
   static void close_descriptor(Descriptor& descriptor);
-  std::intptr_t send_now(const char* bytes, std::size_t size);
-  std::intptr_t receive_now(char* bytes, std::size_t size);
 
   Descriptor listener_ = kNone;
   Descriptor connection_ = kNone;

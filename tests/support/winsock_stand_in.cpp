@@ -1,9 +1,9 @@
 #include "support/winsock_stand_in.h"
 
-#include <algorithm>
 #include <array>
-#include <iterator>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
 namespace plexum::windows::test {
 namespace {
@@ -12,18 +12,14 @@ constexpr const wchar_t* kProgId = L"MSWinsockLib.Winsock";
 constexpr const wchar_t* kClassIdKey = L"MSWinsockLib.Winsock\\CLSID";
 constexpr const wchar_t* kClassIdText = L"{3E5B8D0A-6F5C-4D39-9A55-0D6C2E7F4B11}";
 
-constexpr std::array kMembers = {L"State",   L"BytesReceived", L"RemoteHost", L"RemotePort",
-                                 L"Connect", L"SendData",      L"GetData",    L"Close"};
-constexpr DISPID kFirstMember = 100;
-constexpr DISPID kState = 100, kBytesReceived = 101, kRemoteHost = 102, kRemotePort = 103,
-                 kConnect = 104, kSendData = 105, kGetData = 106, kClose = 107;
+constexpr std::array<std::wstring_view, 8> kMembers = {
+    L"State",   L"BytesReceived", L"RemoteHost", L"RemotePort",
+    L"Connect", L"SendData",      L"GetData",    L"Close"};
 
-int components = 0;
-
-std::string ansi(BSTR text) {
-  const int length = static_cast<int>(SysStringLen(text));
-  std::string bytes(static_cast<std::size_t>(length), '\0');
-  WideCharToMultiByte(CP_ACP, 0, text, length, bytes.data(), length, nullptr, nullptr);
+std::string ansi(std::wstring_view text) {
+  const int length = static_cast<int>(text.size());
+  std::string bytes(text.size(), '\0');
+  WideCharToMultiByte(CP_ACP, 0, text.data(), length, bytes.data(), length, nullptr, nullptr);
   return bytes;
 }
 
@@ -34,192 +30,141 @@ BSTR wide(const std::string& bytes) {
   return text;
 }
 
+// "call SendData 'bytes'"; what has no place in such a call is "?".
+std::string text_of_call(WORD kind, std::wstring_view member, const DISPPARAMS& parameters) {
+  const bool put =
+      parameters.cNamedArgs == 1 && parameters.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT;
+  std::string text = "? ";
+  if ((kind & DISPATCH_PROPERTYGET) != 0 && !put) text = "get ";
+  if (kind == DISPATCH_PROPERTYPUT && put) text = "put ";
+  if (kind == DISPATCH_METHOD && !put) text = "call ";
+  text += ansi(member);
+  for (UINT left = parameters.cArgs; left > 0; --left) {
+    const VARIANT& argument = parameters.rgvarg[left - 1];
+    if (argument.vt == VT_BSTR) {
+      text += " '" + ansi({argument.bstrVal, SysStringLen(argument.bstrVal)}) + "'";
+    } else if (argument.vt == VT_I4) {
+      text += " " + std::to_string(argument.lVal);
+    } else {
+      text += argument.vt == (VT_BYREF | VT_VARIANT) ? " &" : " ?";
+    }
+  }
+  return text;
+}
+
 // COM objects end by Release, so the interfaces need no virtual destructor.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-class Component : public IDispatch {
+// An object of the stand-in's, which holds it whatever references there are.
+template <typename Interface>
+class Unknown : public Interface {
  public:
-  explicit Component(StandInScript& script) : script_(script) { ++components; }
-  virtual ~Component() { --components; }
-
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (id != IID_IUnknown && id != IID_IDispatch) return E_NOINTERFACE;
-    *object = static_cast<IDispatch*>(this);
+    *object = id == IID_IUnknown || id == __uuidof(Interface) ? this : nullptr;
+    if (*object == nullptr) return E_NOINTERFACE;
     AddRef();
     return S_OK;
   }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-    *count = 0;
-    return S_OK;
-  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+  ULONG STDMETHODCALLTYPE Release() override { return --references; }
+
+  ULONG references = 0;
+};
+
+}  // namespace
+
+class StandInComponent final : public Unknown<IDispatch> {
+ public:
+  explicit StandInComponent(StandInScript& script) : script_(script) {}
+
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
 
-  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID,
                                           DISPID* ids) override {
-    const auto found = std::find_if(kMembers.begin(), kMembers.end(), [&](const wchar_t* name) {
-      return lstrcmpiW(name, names[0]) == 0;
-    });
-    if (count != 1 || found == kMembers.end() || script_.missing_member == *found) {
-      return DISP_E_UNKNOWNNAME;
+    for (std::size_t i = 0; i < kMembers.size(); ++i) {
+      if (names[0] != kMembers[i] || names[0] == script_.missing_member) continue;
+      ids[0] = kFirstMember + static_cast<DISPID>(i);
+      return S_OK;
     }
-    ids[0] = kFirstMember + static_cast<DISPID>(found - kMembers.begin());
-    return S_OK;
+    return DISP_E_UNKNOWNNAME;
   }
 
   HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* parameters,
                                    VARIANT* result, EXCEPINFO* info, UINT*) override {
-    if (FAILED(script_.failure)) return fail(info);
-    const VARIANT* arguments = parameters->rgvarg;
-    const UINT count = parameters->cArgs;
-    const bool named =
-        parameters->cNamedArgs == 1 && parameters->rgdispidNamedArgs[0] == DISPID_PROPERTYPUT;
-    if ((kind & DISPATCH_PROPERTYGET) != 0 && count == 0) {
-      if (id == kState) return get("State", VT_I2, 7, result);
-      if (id == kBytesReceived) {
-        return get("BytesReceived", VT_I4, static_cast<LONG>(script_.received.size()), result);
-      }
+    if (script_.failure == DISP_E_EXCEPTION) {
+      info->scode = script_.scode;
+      info->wCode = script_.code;
+      info->bstrDescription = SysAllocString(script_.description.c_str());
     }
-    if (kind == DISPATCH_PROPERTYPUT && count == 1 && named) {
-      if (id == kRemoteHost && arguments[0].vt == VT_BSTR) {
-        return record("put RemoteHost " + ansi(arguments[0].bstrVal));
-      }
-      if (id == kRemotePort && arguments[0].vt == VT_I4) {
-        return record("put RemotePort " + std::to_string(arguments[0].lVal));
-      }
+    if (FAILED(script_.failure)) return script_.failure;
+    const std::wstring_view member = kMembers.at(static_cast<std::size_t>(id - kFirstMember));
+    script_.calls.push_back(text_of_call(kind, member, *parameters));
+    if (member == L"State") {
+      result->vt = VT_I2;
+      result->iVal = 7;
+    } else if (member == L"BytesReceived") {
+      result->vt = VT_I4;
+      result->lVal = static_cast<LONG>(script_.received.size());
+    } else if (member == L"GetData") {
+      VARIANT& data = *parameters->rgvarg[1].pvarVal;
+      data.vt = VT_BSTR;
+      data.bstrVal = wide(std::exchange(script_.received, {}));
     }
-    if (kind == DISPATCH_METHOD && !named) {
-      if (id == kConnect && count == 0) return record("call Connect");
-      if (id == kClose && count == 0) return record("call Close");
-      if (id == kSendData && count == 1 && arguments[0].vt == VT_BSTR) {
-        script_.sent += ansi(arguments[0].bstrVal);
-        return record("call SendData");
-      }
-      if (id == kGetData && count == 2 && arguments[1].vt == (VT_BYREF | VT_VARIANT) &&
-          arguments[0].vt == VT_I4 && arguments[0].lVal == VT_BSTR) {
-        VariantClear(arguments[1].pvarVal);
-        arguments[1].pvarVal->vt = VT_BSTR;
-        arguments[1].pvarVal->bstrVal = wide(script_.received);
-        script_.received.clear();
-        return record("call GetData");
-      }
-    }
-    return DISP_E_MEMBERNOTFOUND;
+    return S_OK;
   }
 
  private:
-  HRESULT record(std::string call) {
-    script_.calls.push_back(std::move(call));
-    return S_OK;
-  }
-
-  HRESULT get(const char* name, VARTYPE type, LONG value, VARIANT* result) {
-    result->vt = type;
-    if (type == VT_I2) {
-      result->iVal = static_cast<SHORT>(value);
-    } else {
-      result->lVal = value;
-    }
-    return record(std::string("get ") + name);
-  }
-
-  HRESULT fail(EXCEPINFO* info) {
-    if (script_.failure == DISP_E_EXCEPTION) {
-      *info = script_.raised;
-      info->bstrSource = SysAllocString(L"Winsock");
-      info->bstrDescription = SysAllocString(script_.raised.bstrDescription);
-    }
-    return script_.failure;
-  }
+  static constexpr DISPID kFirstMember = 100;
 
   StandInScript& script_;
-  ULONG references_ = 1;
 };
 
-class Factory : public IClassFactory {
+class StandInFactory final : public Unknown<IClassFactory> {
  public:
-  explicit Factory(StandInScript& script) : script_(script) {}
-  virtual ~Factory() = default;
+  StandInFactory(StandInScript& script, StandInComponent& component)
+      : script_(script), component_(component) {}
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
-    *object = nullptr;
-    if (id != IID_IUnknown && id != IID_IClassFactory) return E_NOINTERFACE;
-    *object = static_cast<IClassFactory*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID id, void** object) override {
     if (script_.refuses_creation) return CLASS_E_NOTLICENSED;
-    auto* component = new Component(script_);
-    const HRESULT result = component->QueryInterface(id, object);
-    component->Release();
-    return result;
+    return component_.QueryInterface(id, object);
   }
   HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 
  private:
   StandInScript& script_;
-  ULONG references_ = 1;
+  StandInComponent& component_;
 };
 
 #pragma GCC diagnostic pop
 
-void check(bool succeeded, const char* what) {
-  if (!succeeded) throw std::runtime_error(what);
-}
-
-std::wstring registered_class() {
-  std::array<wchar_t, 64> text{};
-  LONG size = static_cast<LONG>(sizeof text);
-  RegQueryValueW(HKEY_CLASSES_ROOT, kClassIdKey, text.data(), &size);
-  return text.data();
-}
-
-void remove_registration() {
-  RegDeleteKeyW(HKEY_CLASSES_ROOT, kClassIdKey);
-  RegDeleteKeyW(HKEY_CLASSES_ROOT, kProgId);
-}
-
-}  // namespace
-
-WinsockStandIn::WinsockStandIn() : turn_(CreateMutexW(nullptr, FALSE, L"PlexumWinsockStandIn")) {
+WinsockStandIn::WinsockStandIn()
+    : turn_(CreateMutexW(nullptr, FALSE, L"PlexumWinsockStandIn")),
+      component_(std::make_unique<StandInComponent>(script)),
+      factory_(std::make_unique<StandInFactory>(script, *component_)) {
   WaitForSingleObject(turn_, 60'000);
-  const std::wstring present = registered_class();
-  check(present.empty() || present == kClassIdText, "this machine has the real component");
-  check(
-      RegSetValueW(HKEY_CLASSES_ROOT, kClassIdKey, REG_SZ, kClassIdText,
-                   static_cast<DWORD>(std::size(std::wstring(kClassIdText)) * 2)) == ERROR_SUCCESS,
-      "the ProgID can't be registered");
   CLSID class_id{};
-  check(SUCCEEDED(CLSIDFromString(kClassIdText, &class_id)), "not a class id");
-  factory_ = new Factory(script);
-  check(SUCCEEDED(CoRegisterClassObject(class_id, factory_, CLSCTX_INPROC_SERVER,
-                                        REGCLS_MULTIPLEUSE, &registration_)),
-        "the class can't be registered");
+  CLSID present{};
+  CLSIDFromString(kClassIdText, &class_id);
+  if (SUCCEEDED(CLSIDFromProgID(kProgId, &present)) && present != class_id) {
+    throw std::runtime_error("this machine has the real component");
+  }
+  if (RegSetValueW(HKEY_CLASSES_ROOT, kClassIdKey, REG_SZ, kClassIdText, 0) != ERROR_SUCCESS ||
+      FAILED(CoRegisterClassObject(class_id, factory_.get(), CLSCTX_INPROC_SERVER,
+                                   REGCLS_MULTIPLEUSE, &registration_))) {
+    throw std::runtime_error("the stand-in can't be registered");
+  }
 }
 
 WinsockStandIn::~WinsockStandIn() {
   CoRevokeClassObject(registration_);
-  factory_->Release();
-  remove_registration();
+  RegDeleteKeyW(HKEY_CLASSES_ROOT, kClassIdKey);
+  RegDeleteKeyW(HKEY_CLASSES_ROOT, kProgId);
   ReleaseMutex(turn_);
   CloseHandle(turn_);
 }
 
-int WinsockStandIn::alive() { return components; }
+ULONG WinsockStandIn::references() const { return component_->references; }
 
 }  // namespace plexum::windows::test

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -7,16 +8,20 @@
 
 namespace plexum::windows::test {
 
-// What the stand-in does and has seen; one for all of its objects.
+// What the stand-in does and has seen.
 struct StandInScript {
-  std::wstring missing_member;     // not known to GetIDsOfNames
-  bool refuses_creation = false;   // as a component without its licence
-  HRESULT failure = S_OK;          // of every call; DISP_E_EXCEPTION raises `raised`
-  EXCEPINFO raised{};              // texts are copied
+  std::wstring missing_member;    // not known to GetIDsOfNames
+  bool refuses_creation = false;  // as a component without its licence
+  HRESULT failure = S_OK;         // of every call; DISP_E_EXCEPTION raises the next three
+  HRESULT scode = S_OK;
+  WORD code = 0;
+  std::wstring description;
   std::string received;            // what GetData gives, as bytes
-  std::string sent;                // what SendData took, as bytes
-  std::vector<std::string> calls;  // "get State", "put RemotePort 102", "call Connect"
+  std::vector<std::string> calls;  // "get State", "put RemotePort 102", "call SendData 'bytes'"
 };
+
+class StandInComponent;
+class StandInFactory;
 
 // An in-process component under the ProgID of the environment's TCP client, registered for the
 // lifetime of this object. Its strings convert through the ANSI code page as the real one's do.
@@ -28,15 +33,16 @@ class WinsockStandIn {
   WinsockStandIn& operator=(const WinsockStandIn&) = delete;
   ~WinsockStandIn();
 
-  StandInScript script;
+  // How many references to the component are held.
+  [[nodiscard]] ULONG references() const;
 
-  // How many components exist.
-  static int alive();
+  StandInScript script;
 
  private:
   HANDLE turn_;  // other test processes use the same key of the registry
   DWORD registration_ = 0;
-  IClassFactory* factory_ = nullptr;
+  std::unique_ptr<StandInComponent> component_;
+  std::unique_ptr<StandInFactory> factory_;
 };
 
 }  // namespace plexum::windows::test

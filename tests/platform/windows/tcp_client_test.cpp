@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "platform/windows/message_window.h"
 #include "platform/windows/messages.h"
@@ -34,18 +36,20 @@ INSTANTIATE_TYPED_TEST_SUITE_P(BuiltIn, TcpClientContract, WindowsWorld);
 namespace plexum::windows {
 namespace {
 
-using test::TcpPeer;
-
 constexpr std::uint32_t kLongTime = 20'000;  // milliseconds; a wait that lasts so long has failed
 
-class WakingTest : public testing::Test {
+// A client that has found its peer by waits that only news can end.
+class BuiltInTcpClientTest : public testing::Test {
  protected:
   void SetUp() override {
-    client.RemoteHost("127.0.0.1");
+    client.RemoteHost("localhost");
     client.RemotePort(peer.port());
     client.Connect();
+    while (client.State() != kTcpConnected) {
+      ASSERT_NO_FATAL_FAILURE(expect_wake());
+      process_messages();
+    }
     peer.accept();
-    while (client.State() != kTcpConnected) wait_for_input(10);
     settle();
   }
 
@@ -57,115 +61,61 @@ class WakingTest : public testing::Test {
     }
   }
 
-  void expect_wake() {
+  static void expect_wake() {
     const std::uint32_t start = tick_count();
     wait_for_input(kLongTime);
-    EXPECT_LT(tick_count() - start, kLongTime / 2);
+    ASSERT_LT(tick_count() - start, kLongTime / 2);
   }
 
-  TcpPeer peer;
+  // Runs `news` on another thread, in the middle of a wait that it must end.
+  template <typename News>
+  static void expect_wake_by(News news) {
+    const std::jthread other([&news] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      news();
+    });
+    expect_wake();
+  }
+
+  test::TcpPeer peer;
   BuiltInTcpClient client;
 };
 
-// Sends and closes from another thread, in the middle of a wait.
-class Later {
- public:
-  explicit Later(std::function<void()> call) : call_(std::move(call)) {
-    thread_ = CreateThread(nullptr, 0, run, this, 0, nullptr);
-  }
-  Later(const Later&) = delete;
-  Later& operator=(const Later&) = delete;
-  ~Later() {
-    WaitForSingleObject(thread_, INFINITE);
-    CloseHandle(thread_);
-  }
-
- private:
-  static DWORD WINAPI run(void* self) {
-    Sleep(50);
-    static_cast<Later*>(self)->call_();
-    return 0;
-  }
-
-  std::function<void()> call_;
-  HANDLE thread_ = nullptr;
-};
-
-TEST_F(WakingTest, EveryArrivalEndsAWait) {
-  std::int32_t expected = 0;
-  for (int round = 0; round < 5; ++round) {
-    const Later later([this] { peer.send("data"); });
-    expect_wake();
-    expected += 4;
-    EXPECT_EQ(client.BytesReceived(), expected);
+// Whether the bytes of the last arrival were taken or only counted.
+TEST_F(BuiltInTcpClientTest, EveryArrivalEndsAWait) {
+  for (const bool taken : {false, true, false}) {
+    const std::int32_t before = client.BytesReceived();
+    expect_wake_by([this] { peer.send("data"); });
+    EXPECT_EQ(client.BytesReceived(), before + 4);
+    if (taken) client.GetData();
     settle();
   }
   client.GetData();
-  const Later later([this] { peer.finish(); });
-  expect_wake();
+  expect_wake_by([this] { peer.finish(); });
   EXPECT_EQ(client.State(), kTcpPeerClosing);
 }
 
-// Whoever has seen the message of an arrival, and whether the bytes were taken or only counted,
-// the next arrival is announced again.
-TEST_F(WakingTest, AnArrivalIsAnnouncedAfterTheLastOneWasOnlyLookedAt) {
-  peer.send("1");
-  while (client.BytesReceived() < 1) {
+TEST_F(BuiltInTcpClientTest, RefusesToQueueWithoutBound) {
+  const std::string most(BuiltInTcpClient::kOutboundLimit, 'x');
+  client.SendData(most);
+  try {
+    client.SendData(most);
+    ADD_FAILURE() << "beyond the limit";
+  } catch (const RuntimeError& error) {
+    EXPECT_EQ(error.number(), BuiltInTcpClient::kNoBufferSpace);
   }
-  settle();  // its message is gone
-  const Later later([this] { peer.send("2"); });
-  expect_wake();
-  while (client.BytesReceived() < 2) wait_for_input(10);
-  EXPECT_EQ(client.GetData(), "12");
+  EXPECT_EQ(client.State(), kTcpConnected);
 }
 
-TEST(BuiltInTcpClientTest, ConnectingAndResolvingEndAWait) {
-  TcpPeer peer;
-  BuiltInTcpClient client;
-  client.RemoteHost("localhost");
-  client.RemotePort(peer.port());
-  client.Connect();
-  const std::uint32_t start = tick_count();
-  while (client.State() != kTcpConnected && tick_count() - start < kLongTime) {
-    wait_for_input(kLongTime);
-    process_messages();
-  }
-  EXPECT_LT(tick_count() - start, kLongTime / 2);
-}
-
-TEST(BuiltInTcpClientTest, LeavesNothingBehind) {
+TEST(NameResolutionTest, LeavesNothingBehindAClientThatIsGone) {
   for (int round = 0; round < 10; ++round) {
     BuiltInTcpClient client;
     client.RemoteHost("localhost");
-    client.RemotePort(1);
     client.Connect();
   }
   EXPECT_EQ(MessageWindow::count(), 0);
   for (int slice = 0; slice < 1000 && NameResolution::threads_running() > 0; ++slice) Sleep(10);
   EXPECT_EQ(NameResolution::threads_running(), 0);
-  SOCKET socket = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-  EXPECT_NE(socket, INVALID_SOCKET);  // the test's own use of Winsock is untouched
-  closesocket(socket);
-}
-
-TEST(BuiltInTcpClientTest, RefusesToQueueWithoutBound) {
-  TcpPeer peer;
-  BuiltInTcpClient client;
-  client.RemoteHost("127.0.0.1");
-  client.RemotePort(peer.port());
-  client.Connect();
-  while (client.State() != kTcpConnected) wait_for_input(10);
-  const std::string piece(std::size_t{4} << 20, 'x');
-  std::int32_t number = 0;
-  for (int i = 0; i < 64 && number == 0; ++i) {
-    try {
-      client.SendData(piece);
-    } catch (const RuntimeError& error) {
-      number = error.number();
-    }
-  }
-  EXPECT_EQ(number, BuiltInTcpClient::kNoBufferSpace);
-  EXPECT_EQ(client.State(), kTcpConnected);
 }
 
 }  // namespace
