@@ -97,12 +97,13 @@ TEST_F(WholeStack, ABlockThatIsDeletedIsGone) {
             "empty, err 3");
 
   // The PLC's refusals are short answers, so they show as time-outs with the PLC's error.
-  for (const auto& [type, number] : {std::pair{"FC", "00001"}, {"DB", "00007"}, {"OB", "00122"}}) {
+  const std::pair<const char*, const char*> unknown[] = {
+      {"FC", "00001"}, {"DB", "00007"}, {"OB", "00122"}};
+  for (const auto& block : unknown) {
     ASSERT_TRUE(connect_anew(local.link));
     local.link.Tzeit(test::kShort);
-    EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_DelBlock(type, number); }),
-              "false, err 2109")
-        << type << number;
+    const auto call = [&] { return local.link.pg_DelBlock(block.first, block.second); };
+    EXPECT_EQ(outcome_of(local.link, call), "false, err 2109") << block.first << block.second;
   }
 }
 
