@@ -18,6 +18,13 @@ inline constexpr std::string_view kConnectionConfirm =
 // 3 jobs each way, PDU 960
 inline constexpr std::string_view kSetup =
     "03 00 00 19 | 02 F0 80 | 32 01 00 00 FF FF 00 08 00 00 | F0 00 00 03 00 03 03 C0";
+// Reads DB 1, bytes 0 to 3: reference 0200, parameter 14, data 0.
+inline constexpr std::string_view kRead =
+    "03 00 00 1F | 02 F0 80 | 32 01 00 00 02 00 00 0E 00 00 |"
+    "04 01 12 0A 10 02 00 04 00 01 84 00 00 00";
+inline const std::string kReadAnswer = dump(
+    "03 00 00 1D | 02 F0 80 | 32 03 00 00 02 00 00 02 00 08 00 00 |"
+    "04 01 | FF 04 00 20 00 01 02 03");
 
 // What a session gave for some input, as text: each output's bytes, with "+20ms" before what
 // comes later and "close" or "reset" behind what ends the connection; outputs parted by " / ".

@@ -15,12 +15,6 @@
 namespace plexum::sim {
 namespace {
 
-constexpr std::string_view kRead =
-    "03 00 00 1F 02 F0 80 32 01 00 00 02 00 00 0E 00 00 04 01 12 0A 10 02 00 04 00 01 84 00 00 00";
-constexpr std::string_view kReadAnswer =
-    "03 00 00 1D 02 F0 80 32 03 00 00 02 00 00 02 00 08 00 00 04 01 FF 04 00 20 00 01 02 03";
-constexpr std::size_t kConfirmSize = 22;
-constexpr std::size_t kSetupAnswerSize = 27;
 constexpr std::size_t kReadAnswerSize = 29;
 
 Options on_free_port() {
@@ -67,6 +61,8 @@ class Client {
   }
 
   void set_up() {
+    constexpr std::size_t kConfirmSize = 22;
+    constexpr std::size_t kSetupAnswerSize = 27;
     send(hex(kConnectionRequest));
     EXPECT_EQ(receive(kConfirmSize), dump(kConnectionConfirm));
     send(hex(kSetup));
@@ -115,7 +111,7 @@ TEST(Server, AnswersAClientThatHasFinishedSending) {
   client.set_up();
   client.send(hex(kRead));
   ::shutdown(client.descriptor(), SHUT_WR);
-  EXPECT_EQ(client.receive(kReadAnswerSize + 1), std::string(kReadAnswer) + " closed");
+  EXPECT_EQ(client.receive(kReadAnswerSize + 1), kReadAnswer + " closed");
 }
 
 TEST(Server, TellsAResetFromAnOrderlyEnd) {

@@ -7,21 +7,12 @@
 namespace plexum::sim {
 namespace {
 
-// Reads DB 1, bytes 0 to 3.
-//                  TPKT        | COTP     | S7, reference 0200, parameter 14, data 0 |
-constexpr std::string_view kRead =
-    "03 00 00 1F | 02 F0 80 | 32 01 00 00 02 00 00 0E 00 00 |"
-    "04 01 12 0A 10 02 00 04 00 01 84 00 00 00";
-constexpr std::string_view kReadAnswer =
-    "03 00 00 1D | 02 F0 80 | 32 03 00 00 02 00 00 02 00 08 00 00 | 04 01 | FF 04 00 20 00 01 02 "
-    "03";
-
 TEST(Session, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
   const std::pair<std::string_view, std::string> dialogue[] = {
       {kConnectionRequest, dump(kConnectionConfirm)},
       {kSetup, dump("03 00 00 1B | 02 F0 80 | 32 03 00 00 FF FF 00 08 00 00 00 00 |"
                     "F0 00 00 03 00 03 00 F0")},
-      {kRead, dump(kReadAnswer)},
+      {kRead, kReadAnswer},
   };
   Plc plc({});
   Session session(plc);
@@ -56,14 +47,14 @@ TEST(Session, ServesWhatIsWholeByItsOwnLengths) {
       "29 00 00 00 00 00 09 'P_PROGRAM'";
   Conversation conversation;
   EXPECT_NE(conversation.say(stop), "") << "not waited for the two that never come";
-  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer)) << "nothing of the next job is taken away";
+  EXPECT_EQ(conversation.say(kRead), kReadAnswer) << "nothing of the next job is taken away";
 
   const std::string in_one_piece = conversation.say(stop + std::string(kRead));
-  EXPECT_TRUE(in_one_piece.ends_with(" / " + dump(kReadAnswer))) << in_one_piece;
+  EXPECT_TRUE(in_one_piece.ends_with(" / " + kReadAnswer)) << in_one_piece;
 
   EXPECT_NE(conversation.say(stop), "");
   EXPECT_EQ(conversation.say("00 00"), "") << "promised bytes that do come are skipped";
-  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer));
+  EXPECT_EQ(conversation.say(kRead), kReadAnswer);
 }
 
 TEST(Session, IgnoresEmptyFragmentsAndJoinsOthers) {
@@ -71,7 +62,7 @@ TEST(Session, IgnoresEmptyFragmentsAndJoinsOthers) {
   EXPECT_EQ(conversation.say("03 00 00 07 | 02 F0 00"), "");
   EXPECT_EQ(conversation.say("03 00 00 11 | 02 F0 00 | 32 01 00 00 02 00 00 0E 00 00"), "");
   EXPECT_EQ(conversation.say("03 00 00 15 | 02 F0 80 | 04 01 12 0A 10 02 00 04 00 01 84 00 00 00"),
-            dump(kReadAnswer));
+            kReadAnswer);
 }
 
 TEST(Session, RefusesOrIgnoresWhatItDoesNotKnow) {
@@ -80,7 +71,7 @@ TEST(Session, RefusesOrIgnoresWhatItDoesNotKnow) {
   EXPECT_EQ(conversation.say("03 00 00 14 | 02 F0 80 | 32 03 00 00 00 01 00 01 00 00 00 00 | 1C"),
             "")
       << "an acknowledgement of nothing";
-  EXPECT_EQ(conversation.say(kRead), dump(kReadAnswer)) << "and goes on";
+  EXPECT_EQ(conversation.say(kRead), kReadAnswer) << "and goes on";
 
   Session without_setup(conversation.plc);
   without_setup.receive(hex(kConnectionRequest));
