@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -54,6 +55,13 @@ void add_simulator_options(CLI::App& command, Options& options) {
           },
           "A scripted fault (repeatable), for example silence@2 or late=50")
       ->type_name("FAULT");
+  command
+      .add_option_function<unsigned>(
+          "--download-pause",
+          [&options](unsigned pause) { options.download_pause = std::chrono::milliseconds(pause); },
+          "Milliseconds before the PLC's own first job of a download (20)")
+      ->type_name("MS")
+      ->check(CLI::Range(0u, 60000u));
   command.add_flag("--protected", options.write_protected, "Refuse writes and control services");
 }
 
