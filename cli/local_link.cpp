@@ -1,5 +1,7 @@
 #include "cli/local_link.h"
 
+#include <cstdio>
+
 namespace plexum::cli {
 
 void CommandEnvironment::show_message_box(const std::string& text) {
@@ -34,5 +36,11 @@ TcpClient& capturing(TcpClient& inner, const std::string& path, std::optional<Ca
 
 LocalLink::LocalLink(const std::string& capture_path)
     : watched(capturing(tcp_client_, capture_path, capture_file_, capturing_)) {}
+
+LocalLink::~LocalLink() {
+  if (capture_file_ && !capture_file_->complete()) {
+    std::fputs("plexum: the capture is incomplete: writing it failed\n", stderr);
+  }
+}
 
 }  // namespace plexum::cli

@@ -51,6 +51,10 @@ class LocalLink {
  public:
   // Throws std::system_error when the capture file can't be written.
   explicit LocalLink(const std::string& capture_path = {});
+  // A capture that could not be written to its end says so on standard error.
+  ~LocalLink();
+  LocalLink(const LocalLink&) = delete;
+  LocalLink& operator=(const LocalLink&) = delete;
 
  private:
   posix::EventLoop loop_;
