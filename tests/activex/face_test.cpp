@@ -1,6 +1,10 @@
 // The control's window in a container: labels, timer, focus, and how it ends.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "activex/control_host.h"
 #include "activex/display.h"
 #include "activex/stub_container.h"
@@ -210,6 +214,110 @@ TEST_F(FaceTest, AControlMayGoWithoutBeingClosed) {
   link_.Reset();
   EXPECT_TRUE(file().is_unused());
   EXPECT_EQ(GetWindow(form_, GW_CHILD), nullptr);
+}
+
+// What a host may do from inside a call that the control makes or a box that it shows.
+class FaceReentry : public FaceTest {
+ protected:
+  struct Deed {
+    const char* name;
+    bool ends_box;  // without anybody's click
+    std::function<void()> act;
+  };
+
+  std::vector<Deed> deeds() {
+    return {{"releases all it holds", true, [this] { release(); }},
+            {"closes the control", false, [this] { close(); }},
+            {"quits", true, [] { PostQuitMessage(42); }},
+            {"ends the connection", false,
+             [this] {
+               VARIANT_BOOL ended = VARIANT_FALSE;
+               EXPECT_EQ(link_->ag_exit(&ended), S_OK);
+               EXPECT_EQ(ended, VARIANT_TRUE);
+             }},
+            {"lets the property again", false, [this] { EXPECT_EQ(link_->put_Tzeit(7), S_OK); }},
+            // Last, because the form of the test isn't made anew.
+            {"closes the form", true, [this] {
+               close();
+               DestroyWindow(form_);
+               link_.Reset();
+             }}};
+  }
+
+  // A control of its own for each deed, shown and with a client for its changes.
+  void start() {
+    link_ = file().create();
+    link_.As(&object_);
+    EXPECT_EQ(show(), S_OK);
+    ComPtr<IConnectionPointContainer> points;
+    link_.As(&points);
+    ComPtr<IConnectionPoint> point;
+    ASSERT_EQ(points->FindConnectionPoint(__uuidof(IPropertyNotifySink), &point), S_OK);
+    DWORD cookie = 0;
+    EXPECT_EQ(point->Advise(static_cast<IOleClientSite*>(&container_), &cookie), S_OK);
+    container_.changed.clear();
+  }
+  void finish(const Deed& deed) {
+    close();
+    link_.Reset();
+    EXPECT_EQ(container_.references(), 0u);
+    EXPECT_TRUE(file().is_unused());
+    MSG message{};
+    const bool quits = PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) &&
+                       message.message == WM_QUIT && message.wParam == 42;
+    EXPECT_EQ(quits, deed.name == std::string("quits"));
+  }
+
+ private:
+  void release() {
+    object_.Reset();
+    link_.Reset();
+  }
+};
+
+TEST_F(FaceReentry, AHostMayDoAnythingFromAPropertysChange) {
+  for (const Deed& deed : deeds()) {
+    SCOPED_TRACE(deed.name);
+    start();
+    bool done = false;
+    container_.on_change = [&] {
+      deed.act();
+      EXPECT_FALSE(file().is_unused()) << "the call holds the control";
+      done = true;
+    };
+    _PlexumLink* link = link_.Get();
+    EXPECT_EQ(link->put_Tzeit(5), S_OK);
+    EXPECT_TRUE(done);
+    const bool again = deed.name == std::string("lets the property again");
+    EXPECT_EQ(container_.changed.size(), again ? 2u : 1u);
+    LONG time = 0;
+    if (link_) {
+      EXPECT_EQ(link_->get_Tzeit(&time), S_OK);
+      EXPECT_EQ(time, again ? 7 : 5) << "the last let counts";
+    }
+    finish(deed);
+  }
+}
+
+TEST_F(FaceReentry, AHostMayDoAnythingWhileABoxIsOpen) {
+  for (const Deed& deed : deeds()) {
+    SCOPED_TRACE(deed.name);
+    start();
+    HWND box = nullptr;
+    const ThreadTimer timer(50, [&] {
+      box = FindWindowW(L"#32770", L"face_tests");
+      deed.act();
+      EXPECT_FALSE(file().is_unused()) << "the call holds the control";
+      if (!deed.ends_box) PostMessageW(box, WM_COMMAND, IDOK, 0);
+    });
+    _PlexumLink* link = link_.Get();
+    BstrVariable number(L"1E40");
+    BstrVariable bytes;
+    EXPECT_EQ(link->flottobeyt(&number, &bytes), S_OK);
+    EXPECT_NE(box, nullptr);
+    EXPECT_FALSE(IsWindow(box));
+    finish(deed);
+  }
 }
 
 // A frame of property pages.

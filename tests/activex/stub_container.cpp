@@ -55,6 +55,7 @@ HRESULT StubContainer::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS*, VA
 
 HRESULT StubContainer::OnChanged(DISPID property) {
   changed.push_back(property);
+  if (const auto act = std::exchange(on_change, nullptr)) act();
   return S_OK;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -29,7 +30,8 @@ class StubContainer final : public IOleClientSite,
   [[nodiscard]] ULONG references() const { return references_; }
 
   std::map<DISPID, VARIANT> ambient;
-  std::vector<DISPID> changed;  // by OnChanged
+  std::vector<DISPID> changed;      // by OnChanged
+  std::function<void()> on_change;  // done from inside the next OnChanged
   bool allows_activation = true;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
