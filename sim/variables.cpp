@@ -62,7 +62,7 @@ struct Item {
   std::uint32_t address = 0;  // in bits; of timers and counters their number
 };
 
-constexpr std::uint8_t kVariableSpecification = 0x12;
+constexpr std::uint8_t kVarSpec = 0x12;
 constexpr std::uint8_t kS7Any = 0x10;
 constexpr std::size_t kS7AnyLength = 10;
 
@@ -72,7 +72,7 @@ std::vector<Item> parse_items(const Message& job) {
   std::vector<Item> items(reader.u8());
   if (items.empty()) throw Refusal{Error::kWrongFrame};
   for (Item& item : items) {
-    reader.expect(kVariableSpecification, "variable specification");
+    reader.expect(kVarSpec, "variable specification");
     Reader address(reader.take(reader.u8()));
     item.syntax = address.u8();
     if (item.syntax != kS7Any) continue;
