@@ -2,6 +2,7 @@
 
 #include <new>
 #include <string_view>
+#include <system_error>
 
 #include "activex/type_library.h"
 #include "control/runtime_error.h"
@@ -51,6 +52,8 @@ HRESULT result_of_current_exception() noexcept {
     return E_ABORT;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
+  } catch (const std::system_error& error) {
+    return HRESULT_FROM_WIN32(static_cast<DWORD>(error.code().value()));
   } catch (...) {
     return E_UNEXPECTED;
   }

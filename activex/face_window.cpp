@@ -21,10 +21,15 @@ RECT client_bounds(HWND window) {
 
 }  // namespace
 
+windows::WindowClass& FaceWindow::shared_class() {
+  static windows::WindowClass shared(L"Plexum.Face.", CS_HREDRAW | CS_VREDRAW, window_procedure);
+  return shared;
+}
+
 FaceWindow::FaceWindow(HWND parent, const RECT& position, Owner& owner)
-    : window_class_(window_procedure), owner_(owner) {
+    : class_(shared_class()), owner_(owner) {
   window_ =
-      CreateWindowExW(WS_EX_CONTROLPARENT, FaceWindowClass::name(), L"Plexum PLC link",
+      CreateWindowExW(WS_EX_CONTROLPARENT, shared_class().name(), L"Plexum PLC link",
                       WS_CHILD | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, position.left, position.top,
                       position.right - position.left, position.bottom - position.top, parent,
                       nullptr, windows::this_module(), this);

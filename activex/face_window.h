@@ -1,7 +1,7 @@
 #pragma once
 
 #include "activex/face.h"
-#include "activex/window_class.h"
+#include "platform/windows/window_class.h"
 
 namespace plexum::activex {
 
@@ -22,7 +22,7 @@ class FaceWindow {
     ~Owner() = default;
   };
 
-  // The owner must outlive the window. ComError where the system has no window left.
+  // The owner must outlive the window. An error of the system where it has no window left.
   FaceWindow(HWND parent, const RECT& position, Owner& owner);
   ~FaceWindow();
   FaceWindow(const FaceWindow&) = delete;
@@ -47,7 +47,9 @@ class FaceWindow {
   void make_labels(HWND window);
   void lay_out(HWND window);
 
-  const FaceWindowClass window_class_;
+  static windows::WindowClass& shared_class();
+
+  const windows::WindowClass::Use class_;
   Owner& owner_;
   HWND window_ = nullptr;
 };

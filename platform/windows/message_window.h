@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "platform/windows/window_class.h"
 #include "platform/windows/windows_headers.h"
 
 namespace plexum::windows {
@@ -33,6 +34,9 @@ class MessageWindow {
  private:
   static LRESULT CALLBACK window_procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 
+  static WindowClass& shared_class();
+
+  const WindowClass::Use class_;
   Handler handler_;
   HWND window_ = nullptr;
 };
