@@ -4,14 +4,6 @@
 
 namespace plexum::cli {
 
-void CommandEnvironment::show_message_box(const std::string& text) {
-  if (on_message_box) {
-    on_message_box(text);
-  } else {
-    PosixHostEnvironment::show_message_box(text);
-  }
-}
-
 void WatchedTcpClient::SendData(const std::string& bytes) {
   inner_.SendData(bytes);
   on_sent(bytes);
@@ -35,7 +27,7 @@ TcpClient& capturing(TcpClient& inner, const std::string& path, std::optional<Ca
 }  // namespace
 
 LocalLink::LocalLink(const std::string& capture_path)
-    : watched(capturing(tcp_client_, capture_path, capture_file_, capturing_)) {}
+    : watched(capturing(platform_.tcp_client(), capture_path, capture_file_, capturing_)) {}
 
 LocalLink::~LocalLink() {
   if (capture_file_ && !capture_file_->complete()) {

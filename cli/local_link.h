@@ -5,23 +5,11 @@
 #include <string>
 
 #include "cli/capture.h"
+#include "cli/command_environment.h"
+#include "cli/local_platform.h"
 #include "control/plexum_link.h"
-#include "platform/posix/event_loop.h"
-#include "platform/posix/host_environment.h"
-#include "platform/posix/tcp_client.h"
 
 namespace plexum::cli {
-
-// A host environment whose message boxes go where the command wants them: to standard error, or
-// to `on_message_box`.
-class CommandEnvironment final : public posix::PosixHostEnvironment {
- public:
-  using PosixHostEnvironment::PosixHostEnvironment;
-
-  std::function<void(const std::string&)> on_message_box;
-
-  void show_message_box(const std::string& text) override;
-};
 
 // A TCP client that shows what the control sends and takes.
 class WatchedTcpClient final : public TcpClient {
@@ -57,13 +45,12 @@ class LocalLink {
   LocalLink& operator=(const LocalLink&) = delete;
 
  private:
-  posix::EventLoop loop_;
-  posix::PosixTcpClient tcp_client_{loop_};
+  LocalPlatform platform_;
   std::optional<CaptureFile> capture_file_;
   std::optional<CapturingTcpClient> capturing_;
 
  public:
-  CommandEnvironment environment{loop_};
+  CommandEnvironment environment{platform_.environment()};
   WatchedTcpClient watched;
   PlexumLink link{environment, watched};
 };
