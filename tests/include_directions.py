@@ -8,7 +8,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 SEAMS = ["src/control"]  # of which a platform may not see the control itself
 CORE = ["src/control", "src/convert", "src/protocol", "src/data", "src/plc", "src/blocks"]
-PLATFORM = ["platform/posix", "platform/windows"]
+SYSTEMS = ["platform/posix", "platform/windows"]
+PLATFORM = SYSTEMS + ["platform/portable"]
 
 # Folder -> the other folders that its files may include.
 MAY_INCLUDE = {
@@ -18,10 +19,11 @@ MAY_INCLUDE = {
     "src/data": ["src/control", "src/convert", "src/protocol"],
     "src/plc": ["src/control", "src/convert", "src/protocol"],
     "src/blocks": ["src/control", "src/convert", "src/protocol"],
-    "platform/posix": SEAMS,
+    "platform/portable": SEAMS,
+    "platform/posix": SEAMS + ["platform/portable"],
     "platform/windows": SEAMS,
     "activex": CORE + ["platform/windows"],
-    "sim": PLATFORM,
+    "sim": SYSTEMS,
     "cli": CORE + PLATFORM + ["sim"],
 }
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <iostream>
 
-#include "platform/posix/decimal_text.h"
+#include "platform/portable/decimal_text.h"
 
 namespace plexum::posix {
 
@@ -29,11 +29,11 @@ void PosixHostEnvironment::show_message_box(const std::string& text) {
 void PosixHostEnvironment::property_changed(const std::string&) {}
 
 double PosixHostEnvironment::number_from_text(const std::string& text) {
-  return posix::number_from_text(text, decimal_separator_);
+  return portable::number_from_text(text, decimal_separator_);
 }
 
 std::string PosixHostEnvironment::text_from_number(double number) {
-  return posix::text_from_number(number, decimal_separator_);
+  return portable::text_from_number(number, decimal_separator_);
 }
 
 }  // namespace plexum::posix

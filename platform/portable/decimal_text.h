@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace plexum::posix {
+namespace plexum::portable {
 
 // The number of a decimal text: blanks (space, tab) around, a sign, digits with at most one
 // separator among them, an exponent (E or e, a sign, digits); at least one digit and, behind an
@@ -15,4 +15,4 @@ double number_from_text(std::string_view text, char separator);
 // below 0.0001 with an exponent of at least two digits (1E-05). RuntimeError 6 unless finite.
 std::string text_from_number(double number, char separator);
 
-}  // namespace plexum::posix
+}  // namespace plexum::portable

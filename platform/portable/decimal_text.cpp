@@ -1,4 +1,4 @@
-#include "platform/posix/decimal_text.h"
+#include "platform/portable/decimal_text.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 
 #include "control/runtime_error.h"
 
-namespace plexum::posix {
+namespace plexum::portable {
 namespace {
 
 constexpr double kLargestPlainInteger = 999999999999999;  // 15 digits
@@ -112,4 +112,4 @@ std::string text_from_number(double number, char separator) {
   return {text.data(), end};
 }
 
-}  // namespace plexum::posix
+}  // namespace plexum::portable
