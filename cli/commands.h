@@ -1,21 +1,17 @@
 #pragma once
 
-#include <string>
-
-#include "sim/options.h"
+#include <CLI/CLI.hpp>
 
 namespace plexum::cli {
 
-// The commands of `plexum`. Each returns the exit code of the program; what fails in the system
-// (a port in use, a file that can't be written) is thrown.
+// The commands of `plexum`. Each adds its subcommand, with options, help and examples; what it does
+// happens in the subcommand's callback. A failure is thrown: Failure with a line for the user and
+// an exit code, or std::system_error for what fails in the system (a port in use, a file that can't
+// be written).
 
-// Drives one control by JSON lines, from standard input to standard output.
-int run_host(const std::string& capture_path);
-
-// Runs a simulated PLC until SIGINT or SIGTERM.
-int run_simulator(const sim::Options& options);
-
-// Reads a simulated PLC through the control and shows the telegrams beside the results.
-int run_demo(const std::string& capture_path);
+void add_ping_command(CLI::App& program);
+void add_demo_command(CLI::App& program);
+void add_host_command(CLI::App& program);
+void add_simulator_command(CLI::App& program);
 
 }  // namespace plexum::cli

@@ -1,9 +1,11 @@
 #include <cstdio>
-#include <iostream>
+#include <memory>
 #include <string>
 
 #include "cli/bytes_as_text.h"
 #include "cli/commands.h"
+#include "cli/connection_options.h"
+#include "cli/failure.h"
 #include "cli/local_link.h"
 #include "sim/simulated_plc.h"
 
@@ -56,9 +58,7 @@ std::string shown(const Value& value) {
   return "nothing";
 }
 
-}  // namespace
-
-int run_demo(const std::string& capture_path) {
+void run_demo(const std::string& capture_path) {
   sim::Options options;
   options.port = 0;
   const sim::SimulatedPlc plc(options);
@@ -73,8 +73,7 @@ int run_demo(const std::string& capture_path) {
   const std::string port = std::to_string(plc.port());
   std::printf("ag_ini(\"127.0.0.1\", \"%s\", \"1.0\", \"3.2\")\n", port.c_str());
   if (!link.ag_ini("127.0.0.1", port, "1.0", "3.2")) {
-    std::cerr << "plexum demo: the connection failed, err = " << link.err << '\n';
-    return 1;
+    throw Failure("the connection failed, err = " + std::to_string(link.err));
   }
   std::printf("  %s\n\n", link.status_text().c_str());
 
@@ -86,14 +85,21 @@ int run_demo(const std::string& capture_path) {
     const Value result =
         (link.*member)(stop.DBNr, stop.anzby, stop.startad, stop.Datenart, stop.Spsarts);
     if (link.err != 0) {
-      std::cerr << "plexum demo: the job failed, err = " << link.err << '\n';
-      return 1;
+      throw Failure("the job failed, err = " + std::to_string(link.err));
     }
     std::printf("  = %s\n\n", shown(result).c_str());
   }
   link.ag_exit();
   std::printf("ag_exit()\n  %s\n", link.status_text().c_str());
-  return 0;
+}
+
+}  // namespace
+
+void add_demo_command(CLI::App& program) {
+  const auto capture_path = std::make_shared<std::string>();
+  CLI::App& command = *program.add_subcommand("demo", "A tour: reads a simulated PLC");
+  add_capture_option(command, *capture_path);
+  command.callback([capture_path] { run_demo(*capture_path); });
 }
 
 }  // namespace plexum::cli
