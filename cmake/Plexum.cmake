@@ -14,11 +14,29 @@ target_compile_options(plexum_options INTERFACE
   # g++ 12 sees overlapping copies in std::string's own assignment where there are none.
   -Wno-restrict)
 
+# Hardening, which tests/hardening_test.py reads off the built files: a stack that tells when it is
+# overwritten and holds no code, code at any address, nothing left to be bound when it runs.
+target_compile_options(plexum_options INTERFACE -fstack-protector-strong)
+if(WIN32)
+  target_link_options(plexum_options INTERFACE -fstack-protector-strong
+                      -Wl,--nxcompat -Wl,--dynamicbase)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    target_link_options(plexum_options INTERFACE -Wl,--high-entropy-va)
+  endif()
+else()
+  # Without optimisation the checked functions would only warn of that.
+  target_compile_options(plexum_options INTERFACE
+    "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+  target_link_options(plexum_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+  include(CheckPIESupported)
+  check_pie_supported()
+  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+endif()
+
 # plexum_library(NAME FILE...): one static library for the current folder.
 function(plexum_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC plexum_options)
-  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
 # plexum_program(NAME FILE...): a program, left in the top of the build folder.
