@@ -2,86 +2,13 @@
 """program_test.py PROGRAM [TEST...]: runs the built program as its users do. Without names, all."""
 
 import json
-import os
 import re
 import signal
 import socket
 import struct
-import subprocess
-import sys
 import tempfile
 
-PROGRAM = sys.argv[1]
-PATIENCE = 60  # seconds, for anything that must come
-
-
-def run(*arguments, text=None):
-    """(exit code, standard output, standard error) of a run that ends by itself."""
-    done = subprocess.run([PROGRAM, *arguments], input=text or "", capture_output=True, text=True,
-                          encoding="utf-8", timeout=PATIENCE)
-    return done.returncode, done.stdout, done.stderr
-
-
-class Started:
-    """A run in the background, with pipes; ended when the block is left."""
-
-    def __init__(self, *arguments):
-        self.process = subprocess.Popen(
-            [PROGRAM, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE, text=True, encoding="utf-8")
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        if self.process.poll() is None:
-            self.process.kill()
-        self.process.communicate()
-
-    def line(self):
-        return self.process.stdout.readline().rstrip("\n")
-
-    def end(self):
-        """(exit code, the rest of standard output, standard error), at the end of its input."""
-        out, error = self.process.communicate(timeout=PATIENCE)
-        return self.process.returncode, out, error
-
-
-class Simulator(Started):
-    def __init__(self, *arguments):
-        super().__init__("sim", "--port", "0", *arguments)
-        greeting = self.line()
-        found = re.fullmatch(r"listening on 127\.0\.0\.1:(\d+)", greeting)
-        assert found, f"greets with {greeting!r}"
-        self.port = found[1]
-
-
-class Host(Started):
-    def __init__(self, *arguments):
-        super().__init__("host", *arguments)
-
-    def ask(self, **request):
-        print(json.dumps(request), file=self.process.stdin, flush=True)
-        return json.loads(self.line())
-
-    def call(self, name, *arguments):
-        return self.ask(call=name, args=list(arguments))
-
-    def connect(self, simulator):
-        self.ask(set="Tzeit", value=5000)
-        self.ask(set="err", value=0)
-        reply = self.call("ag_ini", "127.0.0.1", simulator.port, "1.0", "3.2")
-        equal(reply.get("result"), True)
-
-
-def equal(found, expected):
-    assert found == expected, f"{found!r} instead of {expected!r}"
-
-
-def one_line(text, *parts):
-    assert re.fullmatch(r"plexum: [^\n]+\n", text), f"no single line: {text!r}"
-    for part in parts:
-        assert part in text, f"no {part!r} in {text!r}"
+from program import Host, Simulator, equal, main, one_line, run
 
 
 def test_simulator_ends_cleanly_on_signals():
@@ -252,10 +179,4 @@ def test_host_goes_on_after_lines_that_are_no_requests():
         equal(host.end(), (0, "", ""))
 
 
-def main():
-    tests = {name: test for name, test in globals().items() if name.startswith("test_")}
-    for name in sys.argv[2:] or tests:
-        tests[name]()
-
-
-main()
+main(globals())
