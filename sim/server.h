@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/posix/event_loop.h"
 #include "sim/plc.h"
 #include "sim/session.h"
+#include "sim/system.h"
 
 namespace plexum::sim {
 
@@ -18,7 +18,7 @@ namespace plexum::sim {
 class Server {
  public:
   // Listens as the PLC's options say. Throws std::system_error when it can't.
-  Server(posix::EventLoop& loop, Plc& plc);
+  Server(EventLoop& loop, Plc& plc);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -40,11 +40,11 @@ class Server {
   void close(Connection& connection, Output::End how);
   Connection* find(Id id);
 
-  posix::EventLoop& loop_;
+  EventLoop& loop_;
   Plc& plc_;
-  int listener_ = -1;
+  Socket listener_;
   Id next_id_ = 1;
-  std::optional<posix::EventLoop::TimerId> pause_;
+  std::optional<EventLoop::TimerId> pause_;
   std::map<Id, std::unique_ptr<Connection>> connections_;
 };
 

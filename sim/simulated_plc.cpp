@@ -1,8 +1,5 @@
 #include "sim/simulated_plc.h"
 
-#include <pthread.h>
-#include <signal.h>
-
 #include <exception>
 #include <future>
 #include <optional>
@@ -11,25 +8,6 @@
 #include "sim/server.h"
 
 namespace plexum::sim {
-namespace {
-
-// Signals belong to the host's threads: a thread started while this lives takes none.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
-};
-
-}  // namespace
 
 SimulatedPlc::SimulatedPlc(const Options& options) : plc_(options) {
   std::promise<std::uint16_t> listening;
@@ -38,7 +16,7 @@ SimulatedPlc::SimulatedPlc(const Options& options) : plc_(options) {
   thread_ = std::thread([this, promise = std::move(listening)]() mutable {
     std::optional<Server> server;
     try {
-      loop_ = std::make_unique<posix::EventLoop>();
+      loop_ = std::make_unique<EventLoop>();
       server.emplace(*loop_, plc_);
     } catch (...) {
       promise.set_exception(std::current_exception());

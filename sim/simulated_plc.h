@@ -7,9 +7,9 @@
 #include <string_view>
 #include <thread>
 
-#include "platform/posix/event_loop.h"
 #include "sim/options.h"
 #include "sim/plc.h"
+#include "sim/system.h"
 
 namespace plexum::sim {
 
@@ -48,7 +48,7 @@ class SimulatedPlc {
  private:
   Plc plc_;
   std::uint16_t port_ = 0;
-  std::unique_ptr<posix::EventLoop> loop_;
+  std::unique_ptr<EventLoop> loop_;
   std::thread thread_;
 };
 

@@ -1,0 +1,53 @@
+#pragma once
+
+// What the simulated PLC takes of the system that it runs on.
+
+#ifdef _WIN32
+
+#include "platform/windows/event_loop.h"
+
+namespace plexum::sim {
+
+using EventLoop = windows::EventLoop;
+using Socket = EventLoop::Descriptor;
+
+// There are no signals that a thread could take from its host's.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {}
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+};
+
+}  // namespace plexum::sim
+
+#else
+
+#include <signal.h>
+
+#include "platform/posix/event_loop.h"
+
+namespace plexum::sim {
+
+using EventLoop = posix::EventLoop;
+using Socket = int;
+
+// Signals belong to the host's threads: a thread started while this lives takes none.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+}  // namespace plexum::sim
+
+#endif
