@@ -14,6 +14,8 @@
 #include <system_error>
 #include <utility>
 
+#include "cli/path.h"
+
 namespace plexum::cli {
 
 namespace {
@@ -125,7 +127,7 @@ CaptureEndpoint captured_client(const CaptureEndpoint& server, std::uint16_t por
 }
 
 CaptureFile::CaptureFile(const std::string& path)
-    : file_(path, std::ios::binary | std::ios::trunc) {
+    : file_(path_from_utf8(path), std::ios::binary | std::ios::trunc) {
   file_ << little_endian_32(kPcapMagic) << little_endian_32(kPcapVersion) << little_endian_32(0)
         << little_endian_32(0) << little_endian_32(kLongestFrame) << little_endian_32(kEthernet)
         << std::flush;

@@ -2,8 +2,9 @@
 
 namespace plexum::cli {
 
-// While it lives, an interrupt from the keyboard (or SIGTERM) doesn't end the program but is
-// remembered, so that a command that runs until then can end in order. One at a time.
+// While it lives, an interrupt from the keyboard (or SIGTERM; on Windows also the end of the
+// console) doesn't end the program but is remembered, so that a command that runs until then can
+// end in order. One at a time.
 class InterruptScope {
  public:
   InterruptScope();
@@ -12,10 +13,8 @@ class InterruptScope {
   InterruptScope& operator=(const InterruptScope&) = delete;
 
   [[nodiscard]] bool interrupted() const;
-
- private:
-  void (*previous_interrupt_)(int);
-  void (*previous_termination_)(int);
+  // Sleeps until it is interrupted.
+  void wait() const;
 };
 
 }  // namespace plexum::cli

@@ -5,10 +5,12 @@
 #include <string>
 
 #include "cli/commands.h"
+#include "cli/console.h"
 #include "cli/failure.h"
 
 namespace {
 
+using plexum::cli::Console;
 using plexum::cli::ExitCode;
 using plexum::cli::Failure;
 
@@ -17,9 +19,9 @@ int ended(const std::string& line, ExitCode code) {
   return static_cast<int>(code);
 }
 
-int run(CLI::App& program, int argc, char** argv) {
+int run(CLI::App& program, const Console& console) {
   try {
-    program.parse(argc, argv);
+    program.parse(console.argc(), console.argv());
   } catch (const CLI::Success& asked_for_help) {
     return program.exit(asked_for_help);
   } catch (const CLI::ParseError& error) {
@@ -35,15 +37,17 @@ int run(CLI::App& program, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const Console console(argc, argv);
   CLI::App program("Talks to Siemens S7 PLCs over ISO-on-TCP", "plexum");
   program.require_subcommand(1);
+  program.allow_windows_style_options(false);  // else /x would be an option there and no path
   program.set_version_flag("--version", PLEXUM_VERSION);
   plexum::cli::add_ping_command(program);
   plexum::cli::add_demo_command(program);
   plexum::cli::add_host_command(program);
   plexum::cli::add_simulator_command(program);
 
-  const int exit_code = run(program, argc, argv);
+  const int exit_code = run(program, console);
   std::cout.flush();
   if (exit_code == 0 && (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0)) {
     return ended("standard output could not be written", ExitCode::kFailed);

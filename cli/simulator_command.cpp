@@ -1,5 +1,4 @@
 #include <chrono>
-#include <csignal>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -7,6 +6,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/interrupt.h"
 #include "sim/simulated_plc.h"
 
 namespace plexum::cli {
@@ -61,19 +61,11 @@ void add_simulator_options(CLI::App& command, sim::Options& options) {
   command.add_flag("--protected", options.write_protected, "Refuse writes and control services");
 }
 
-// Until SIGINT or SIGTERM.
 void run_simulator(const sim::Options& options) {
-  // Blocked before the simulator's thread begins, so that they wait for this one.
-  sigset_t ends;
-  sigemptyset(&ends);
-  sigaddset(&ends, SIGINT);
-  sigaddset(&ends, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-
+  const InterruptScope scope;
   const sim::SimulatedPlc plc(options);
   std::cout << "listening on " << plc.address() << std::endl;
-  int signal = 0;
-  sigwait(&ends, &signal);
+  scope.wait();
 }
 
 }  // namespace

@@ -17,11 +17,15 @@ void run_program(Plc& plc) {
       std::max<std::int64_t>(0, (plc.options.now() - plc.running_since).count()));
   const double turn = static_cast<double>(elapsed % kSinePeriod) / kSinePeriod;
   const auto sine = static_cast<float>(100 * std::sin(2 * std::numbers::pi * turn));
+  // Full steps of so many milliseconds, counted up to `count`.
+  const auto steps = [elapsed](std::uint64_t milliseconds, std::uint64_t count) {
+    return static_cast<std::size_t>(elapsed / milliseconds % count);
+  };
   const Bytes values = Writer()
-                           .u16(elapsed / 1000 % 10'000)
+                           .u16(steps(1000, 10'000))
                            .u16(0)
                            .u32(std::bit_cast<std::uint32_t>(sine))
-                           .u16(elapsed / 100 % 100)
+                           .u16(steps(100, 100))
                            .u8(elapsed % 1000 < 500 ? 1 : 0)
                            .take();
   Bytes& flags = *plc.memory.find(Area::kFlags, 0);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace plexum::cli {
+
+// The program's arguments and standard streams, the same on every system: UTF-8 texts, and output
+// whose bytes nothing changes. Lives as long as the program reads or writes.
+class Console {
+ public:
+  Console(int argc, char** argv);
+  ~Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  // As main has them, the program's name first.
+  [[nodiscard]] int argc() const { return static_cast<int>(pointers_.size()); }
+  [[nodiscard]] const char* const* argv() const { return pointers_.data(); }
+
+ private:
+  std::vector<std::string> arguments_;
+  std::vector<const char*> pointers_;
+  unsigned previous_code_page_ = 0;  // of a Windows console; 0: none was set
+};
+
+}  // namespace plexum::cli
