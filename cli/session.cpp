@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "cli/trace.h"
 #include "control/runtime_error.h"
 #include "sim/simulated_plc.h"
 
@@ -68,6 +69,7 @@ Session::Session(const ConnectionOptions& options)
   if (ip_.empty()) {
     throw usage_error("no PLC is named: give --ip ADDRESS, set PLEXUM_IP, or try --sim");
   }
+  if (options.trace) trace_telegrams(local_.watched);
   link().Tzeit(options.tzeit);
 }
 

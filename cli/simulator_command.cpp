@@ -58,6 +58,8 @@ void add_simulator_options(CLI::App& command, sim::Options& options) {
           "Milliseconds before the PLC's own first job of a download (20)")
       ->type_name("MS")
       ->check(CLI::Range(0u, 60000u));
+  command.add_flag("--program", options.runs_program,
+                   "Run a small program: values that change by themselves");
   command.add_flag("--protected", options.write_protected, "Refuse writes and control services");
 }
 
