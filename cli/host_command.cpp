@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "cli/connection_options.h"
 #include "cli/host_session.h"
+#include "cli/member_help.h"
 
 namespace plexum::cli {
 namespace {
@@ -18,12 +19,25 @@ void run_host(const std::string& capture_path) {
   }
 }
 
+// What the requests are, and which members they can name.
+std::string requests_and_members() {
+  constexpr std::size_t kColumns = 80;
+  return R"(Requests, one a line:
+  {"call":NAME,"args":[...]}     calls a method; its arguments are strings (MsgWait's a number)
+  {"get":NAME}                   reads a property or state variable
+  {"set":NAME,"value":V}         sets it
+
+Members:
+)" + members_as_text(kColumns);
+}
+
 }  // namespace
 
 void add_host_command(CLI::App& program) {
   const auto capture_path = std::make_shared<std::string>();
   CLI::App& command =
       *program.add_subcommand("host", "Drives one control by JSON lines on standard input");
+  command.footer(requests_and_members());
   add_capture_option(command, *capture_path);
   command.callback([capture_path] { run_host(*capture_path); });
 }

@@ -88,3 +88,14 @@ function(plexum_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
+
+# plexum_member_help(FORM FILE): what docs/members.toml says of the members, as "definitions" for
+# the IDL or as "rows" of a C++ array.
+find_package(Python3 3.11 COMPONENTS Interpreter REQUIRED)
+function(plexum_member_help form file)
+  set(docs ${PROJECT_SOURCE_DIR}/docs)
+  add_custom_command(
+    OUTPUT ${file}
+    COMMAND ${Python3_EXECUTABLE} -B ${docs}/generator/members.py ${form} ${file}
+    DEPENDS ${docs}/members.toml ${docs}/generator/members.py VERBATIM)
+endfunction()
