@@ -19,6 +19,7 @@ constexpr unsigned kWriteOverhead = 28;
 // The control encodes the byte addresses 0 to 4095 of every 8192.
 constexpr std::uint32_t kAddressPeriod = 8192;
 constexpr std::uint32_t kAddressesOfPeriod = 4096;
+constexpr std::uint32_t kAddresses = 1u << 21;
 
 std::unique_ptr<sim::SimulatedPlc> simulated_plc(const ConnectionOptions& options) {
   if (!options.simulated) return nullptr;
@@ -48,9 +49,25 @@ Failure failure(const std::string& what, Step step, std::int32_t err) {
   return Failure(line);
 }
 
+// Throws unless the control can address the first byte of every job, `most` bytes apart. It is
+// asked before the first job, so that no range is done by half for this reason.
+void check_starts(const std::string& what, const MemoryRange& range, std::uint32_t most) {
+  for (std::uint32_t done = 0; done < range.size; done += most) {
+    if (can_address(range.start + done)) continue;
+    throw usage_error(what + ": the control can't address byte " +
+                      std::to_string(range.start + done) +
+                      " (of every 8192 bytes it reaches the first 4096)");
+  }
+}
+
 }  // namespace
 
+bool can_address(std::uint32_t first_byte) {
+  return first_byte % kAddressPeriod < kAddressesOfPeriod && first_byte < kAddresses;
+}
+
 std::string described(const MemoryRange& range) {
+  if (!range.name.empty()) return range.name;
   std::string text = range.area == "D" || range.area == "DI"
                          ? (range.area == "D" ? "DB" : "DI") + std::to_string(range.block)
                          : range.area;
@@ -129,20 +146,14 @@ Value Session::run(const std::string& what, Step step,
   return result;
 }
 
-void Session::check_start(const std::string& what, std::uint32_t start) {
-  if (start % kAddressPeriod < kAddressesOfPeriod && start < (1u << 21)) return;
-  throw usage_error(what + ": the control can't address byte " + std::to_string(start) +
-                    " (of every 8192 bytes it reaches the first 4096)");
-}
-
 std::string Session::read(const MemoryRange& range) {
   const std::string what = "reading " + described(range);
   const std::uint32_t most = options_.pdu - kReadOverhead;
+  check_starts(what, range, most);
   std::string bytes;
   while (bytes.size() < range.size) {
     const auto done = static_cast<std::uint32_t>(bytes.size());
     const std::uint32_t size = std::min(most, range.size - done);
-    check_start(what, range.start + done);
     const std::string block = std::to_string(range.block);
     const std::string start = std::to_string(range.start + done);
     const Value part = run(what, Step::kRead, [&](PlexumLink& link) {
@@ -160,10 +171,10 @@ std::string Session::read(const MemoryRange& range) {
 
 void Session::write(const MemoryRange& range, const std::string& bytes) {
   const std::string what = "writing " + described(range);
-  const std::size_t most = options_.pdu - kWriteOverhead;
+  const std::uint32_t most = options_.pdu - kWriteOverhead;
+  check_starts(what, range, most);
   for (std::size_t done = 0; done < bytes.size(); done += most) {
     const std::uint32_t first = range.start + static_cast<std::uint32_t>(done);
-    check_start(what, first);
     run(what, Step::kWrite, [&](PlexumLink& link) {
       std::string start = std::to_string(first);  // is left with the bit address
       return link.ag_WriteMB(std::to_string(range.block), start, bytes.substr(done, most),
@@ -174,7 +185,7 @@ void Session::write(const MemoryRange& range, const std::string& bytes) {
 
 void Session::write_bit(const MemoryRange& range, unsigned bit, bool value) {
   const std::string what = "writing " + described(range) + " bit " + std::to_string(bit);
-  check_start(what, range.start);
+  check_starts(what, range, 1);
   run(what, Step::kWrite, [&](PlexumLink& link) {
     std::string start = std::to_string(range.start);  // is left with the bit address
     return link.ag_WriteX(std::to_string(range.block), start, value ? "1" : "0", range.area,

@@ -23,7 +23,12 @@ struct MemoryRange {
   std::uint32_t block = 0;  // number of the data block, for "D" and "DI"
   std::uint32_t start = 0;  // first byte
   std::uint32_t size = 0;   // in bytes
+  std::string name{};       // for people; empty: described() makes one
 };
+
+// Whether the control can encode a job that starts at this byte: it reaches the first 4096 of every
+// 8192 bytes, and timers and counters up to byte 4095.
+bool can_address(std::uint32_t first_byte);
 
 // One connection to one PLC, used as a careful host uses the control: through its public members
 // alone, with `err`, `inuse` and `s7init` tested and cleared, and every outcome told apart.
@@ -70,8 +75,6 @@ class Session {
  private:
   // A connection that a run-time error or a time-out left in doubt.
   void drop_connection();
-  // Throws for a byte that the control can't address.
-  static void check_start(const std::string& what, std::uint32_t start);
 
   const ConnectionOptions options_;
   std::unique_ptr<sim::SimulatedPlc> simulated_;
@@ -80,7 +83,7 @@ class Session {
   LocalLink local_;
 };
 
-// "DB10 bytes 4 to 7", "M byte 20".
+// The range's name, or one made from it: "DB10 bytes 4 to 7", "M byte 20".
 std::string described(const MemoryRange& range);
 
 }  // namespace plexum::cli
