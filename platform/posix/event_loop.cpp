@@ -1,11 +1,15 @@
 #include "platform/posix/event_loop.h"
 
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <ctime>
 #include <deque>
 #include <map>
@@ -22,7 +26,7 @@ namespace {
 
 using TimePoint = EventLoop::Clock::time_point;
 
-// Longer times are cut to this, so that no sum overflows.
+// A wait this long has no end, and longer timers are cut to it, so that no sum overflows.
 constexpr std::chrono::milliseconds kLongestTime = std::chrono::hours(24 * 365);
 
 std::chrono::milliseconds bounded(std::chrono::milliseconds time) {
@@ -34,7 +38,46 @@ timespec timespec_of(std::chrono::nanoseconds time) {
   return {static_cast<time_t>(seconds.count()), static_cast<long>((time - seconds).count())};
 }
 
+// As a time-out of the system's; -1 for a time that none can express.
+int whole_milliseconds(std::chrono::nanoseconds time) {
+  constexpr std::chrono::nanoseconds kMillisecond = std::chrono::milliseconds(1);
+  const auto count = time / kMillisecond;
+  return time % kMillisecond == kMillisecond.zero() && count <= INT_MAX ? static_cast<int>(count)
+                                                                        : -1;
+}
+
 std::system_error last_error(const char* what) { return {errno, std::generic_category(), what}; }
+
+// Callers think in poll's events, which epoll shares.
+static_assert(POLLIN == EPOLLIN && POLLOUT == EPOLLOUT && POLLERR == EPOLLERR &&
+              POLLHUP == EPOLLHUP && POLLRDHUP == EPOLLRDHUP);
+
+// Ends a short wait by a timer that outlasts it. Where waits end early again and again, as those
+// for a near PLC's answers do, most find it set for a time before their own end, and need not
+// start and stop a timer of their own. It rings once and lapses.
+class Alarm {
+ public:
+  Alarm() : timer_(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    if (!timer_) throw last_error("timerfd_create");
+  }
+
+  [[nodiscard]] int descriptor() const { return timer_.get(); }
+
+  // Has it ring by `deadline`; it may ring before.
+  void set(TimePoint now, TimePoint deadline) {
+    if (due_ > now && due_ <= deadline) return;
+    const itimerspec time{{}, timespec_of(deadline.time_since_epoch())};
+    if (::timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME, &time, nullptr) != 0) {
+      throw last_error("timerfd_settime");
+    }
+    due_ = deadline;
+  }
+  [[nodiscard]] TimePoint due() const { return due_; }
+
+ private:
+  const Descriptor timer_;
+  TimePoint due_{};
+};
 
 }  // namespace
 
@@ -110,16 +153,23 @@ struct EventLoop::Implementation {
   };
   using Timers = std::multimap<TimePoint, Timer>;
 
-  // Slot 0 belongs to the mailbox. A slot that isn't in use has descriptor -1, which poll() passes
-  // over; slots never move, so a handler may change them in the middle of a round. What a poll
-  // reported stays in `revents` until it is handled.
-  std::vector<pollfd> slots;
+  // Slots 0 and 1 belong to the mailbox and the alarm. A watched descriptor keeps its slot, so a
+  // handler may change others in the middle of a round. What a wait has found stays in `revents`
+  // until it is handled.
+  static constexpr std::size_t kMailboxSlot = 0;
+  static constexpr std::size_t kAlarmSlot = 1;
+  static constexpr std::size_t kFirstSlot = 2;
+  std::vector<short> revents;
   std::vector<std::shared_ptr<ReadyCallback>> handlers;
   std::vector<std::size_t> free_slots;
   std::vector<std::size_t> slot_of;  // by descriptor; 0: not watched
   std::size_t ready = 0;             // slots with something to handle
   bool woken = false;                // by a call or a timer, and no process() came since
+  bool signalled = false;            // by the mailbox, in the last poll
+  bool rang = false;                 // the alarm, when the system was asked last
+  bool ends_early = false;           // what the last wait with an end did
   TimePoint polled_at{};
+  std::array<epoll_event, 64> found;
 
   Timers timers;
   std::unordered_map<TimerId, Timers::iterator> timer_of;
@@ -128,9 +178,21 @@ struct EventLoop::Implementation {
   std::shared_ptr<Mailbox> mailbox = std::make_shared<Mailbox>();
   std::atomic<bool> stopped = false;
 
-  Implementation() {
-    slots.push_back({mailbox->wake_descriptor(), POLLIN, 0});
-    handlers.emplace_back();
+  Alarm alarm;
+  const Descriptor set{::epoll_create1(EPOLL_CLOEXEC)};
+
+  Implementation() : revents(kFirstSlot), handlers(kFirstSlot) {
+    if (!set) throw last_error("epoll_create1");
+    control(EPOLL_CTL_ADD, mailbox->wake_descriptor(), EPOLLIN, kMailboxSlot);
+    // It tells of each ringing once, and so needs no reading.
+    control(EPOLL_CTL_ADD, alarm.descriptor(), EPOLLIN | EPOLLET, kAlarmSlot);
+  }
+
+  void control(int operation, int descriptor, std::uint32_t events, std::size_t slot) const {
+    epoll_event event{};
+    event.events = events;
+    event.data.u64 = slot;
+    if (::epoll_ctl(set.get(), operation, descriptor, &event) != 0) throw last_error("epoll_ctl");
   }
 
   std::size_t find(int descriptor) const {
@@ -142,8 +204,8 @@ struct EventLoop::Implementation {
     const auto index = static_cast<std::size_t>(descriptor);
     if (slot_of.size() <= index) slot_of.resize(index + 1, 0);
     if (free_slots.empty()) {
-      free_slots.push_back(slots.size());
-      slots.push_back({-1, 0, 0});
+      free_slots.push_back(revents.size());
+      revents.push_back(0);
       handlers.emplace_back();
     }
     slot_of[index] = free_slots.back();
@@ -151,28 +213,69 @@ struct EventLoop::Implementation {
     return slot_of[index];
   }
 
-  short take(std::size_t slot) {
-    const short revents = std::exchange(slots[slot].revents, short{0});
-    if (revents != 0) --ready;
-    return revents;
+  void remove_slot(int descriptor, std::size_t slot) {
+    slot_of[static_cast<std::size_t>(descriptor)] = 0;
+    free_slots.push_back(slot);
   }
 
-  // Asks the system what is ready, sleeping until `deadline` if nothing is.
+  short take(std::size_t slot) {
+    const short events = std::exchange(revents[slot], short{0});
+    if (events != 0) --ready;
+    return events;
+  }
+
+  // Asks the system once, waiting for `timeout` milliseconds (-1: without end) if nothing is
+  // ready. Whether that time is over.
+  bool ask(int timeout) {
+    const int count =
+        ::epoll_wait(set.get(), found.data(), static_cast<int>(found.size()), timeout);
+    if (count < 0 && errno != EINTR) throw last_error("epoll_wait");
+    for (int i = 0; i < count; ++i) {
+      const epoll_event& event = found[static_cast<std::size_t>(i)];
+      const std::size_t slot = event.data.u64;
+      if (slot == kMailboxSlot) {
+        signalled = true;
+      } else if (slot == kAlarmSlot) {
+        rang = true;
+      } else {
+        revents[slot] = static_cast<short>(event.events);
+        ++ready;
+      }
+    }
+    return count == 0;
+  }
+
+  // Asks again and again until there is something or the time is over.
+  void sleep(TimePoint now, TimePoint deadline) {
+    const bool has_end = deadline != TimePoint::max();
+    polled_at = now;  // or later: that spares a look at the clock where something comes
+    bool any = false;
+    for (bool over = false; !any && !over;) {
+      // Which kind of timer a wait pays for goes by the one before: the alarm costs nothing in a
+      // wait that ends early, a time-out less in one that doesn't.
+      int timeout = -1;
+      if (has_end && !ends_early) timeout = whole_milliseconds(deadline - polled_at);
+      if (has_end && timeout < 0) alarm.set(polled_at, deadline);
+      rang = false;
+      over = ask(timeout);
+      any = signalled || ready > 0;
+      if (!any) polled_at = Clock::now();
+      if (rang && alarm.due() == deadline) over = true;
+    }
+    if (has_end) ends_early = any;
+  }
+
+  // Learns what is ready, sleeping until `deadline` if nothing is.
   void poll(TimePoint now, TimePoint deadline) {
+    signalled = false;
     const bool sleeps = deadline > now && mailbox->begin_sleep();
-    if (!sleeps) deadline = now;
-    int count = 0;
-    do {
-      const timespec timeout = timespec_of(std::max(deadline - now, Clock::duration::zero()));
-      count = ::ppoll(slots.data(), slots.size(), &timeout, nullptr);
-      now = Clock::now();
-    } while (count < 0 && errno == EINTR);
-    const int error = errno;
-    const bool signalled = count > 0 && std::exchange(slots[0].revents, short{0}) != 0;
+    if (sleeps) {
+      sleep(now, deadline);
+    } else {
+      ask(0);
+      polled_at = Clock::now();
+    }
     if (sleeps || signalled) mailbox->end_sleep(signalled);
-    if (count < 0) throw std::system_error(error, std::generic_category(), "ppoll");
-    ready = static_cast<std::size_t>(count) - (signalled ? 1 : 0);
-    polled_at = now;
   }
 
   [[nodiscard]] bool has_due_timer(TimePoint now) const {
@@ -181,6 +284,7 @@ struct EventLoop::Implementation {
 
   // What these add is due later than `now`, and so left for the next round.
   void run_timers() {
+    if (timers.empty()) return;
     const TimePoint now = Clock::now();
     while (has_due_timer(now)) {
       const Timer timer = std::move(timers.begin()->second);
@@ -199,11 +303,11 @@ struct EventLoop::Implementation {
   }
 
   void run_ready() {
-    for (std::size_t slot = 1; slot < slots.size() && ready > 0; ++slot) {
-      const short revents = take(slot);
-      if (revents == 0) continue;
+    for (std::size_t slot = kFirstSlot; slot < revents.size() && ready > 0; ++slot) {
+      const short events = take(slot);
+      if (events == 0) continue;
       const std::shared_ptr<ReadyCallback> handler = handlers[slot];  // outlives its unwatching
-      (*handler)(revents);
+      (*handler)(events);
     }
   }
 };
@@ -214,21 +318,31 @@ EventLoop::~EventLoop() { implementation_->mailbox->close(); }
 
 void EventLoop::watch(int descriptor, short events, ReadyCallback on_ready) {
   Implementation& loop = *implementation_;
+  auto handler = std::make_shared<ReadyCallback>(std::move(on_ready));
+  const auto wanted = static_cast<std::uint32_t>(events);
   std::size_t slot = loop.find(descriptor);
-  if (slot == 0) slot = loop.add_slot(descriptor);
+  if (slot != 0) {
+    loop.control(EPOLL_CTL_MOD, descriptor, wanted, slot);
+  } else {
+    slot = loop.add_slot(descriptor);
+    try {
+      loop.control(EPOLL_CTL_ADD, descriptor, wanted, slot);
+    } catch (...) {
+      loop.remove_slot(descriptor, slot);
+      throw;
+    }
+  }
   loop.take(slot);
-  loop.slots[slot] = {descriptor, events, 0};
-  loop.handlers[slot] = std::make_shared<ReadyCallback>(std::move(on_ready));
+  loop.handlers[slot].swap(handler);  // what the old one holds may use the loop when it goes
 }
 
 void EventLoop::unwatch(int descriptor) {
   Implementation& loop = *implementation_;
   const std::size_t slot = loop.find(descriptor);
   if (slot == 0) return;
+  ::epoll_ctl(loop.set.get(), EPOLL_CTL_DEL, descriptor, nullptr);
   loop.take(slot);
-  loop.slots[slot] = {-1, 0, 0};
-  loop.slot_of[static_cast<std::size_t>(descriptor)] = 0;
-  loop.free_slots.push_back(slot);
+  loop.remove_slot(descriptor, slot);
   // Last, because what the handler holds may use the loop when it goes.
   const std::shared_ptr<ReadyCallback> handler = std::move(loop.handlers[slot]);
 }
@@ -257,7 +371,7 @@ void EventLoop::wait(std::chrono::milliseconds timeout) {
   Implementation& loop = *implementation_;
   if (loop.ready > 0) return;
   const TimePoint now = Clock::now();
-  TimePoint deadline = now + bounded(timeout);
+  TimePoint deadline = timeout < kLongestTime ? now + bounded(timeout) : TimePoint::max();
   if (!loop.timers.empty()) deadline = std::min(deadline, loop.timers.begin()->first);
   loop.poll(now, deadline);
   loop.woken = loop.mailbox->size() > 0 || loop.has_due_timer(loop.polled_at);

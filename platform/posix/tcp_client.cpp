@@ -82,7 +82,7 @@ PosixTcpClient::~PosixTcpClient() { Close(); }
 
 std::int16_t PosixTcpClient::State() {
   look_if_stale();
-  return inbound_.empty() ? state_ : kTcpConnected;
+  return known_state();
 }
 
 std::int32_t PosixTcpClient::BytesReceived() {
@@ -121,7 +121,7 @@ void PosixTcpClient::Connect() {
 }
 
 void PosixTcpClient::SendData(const std::string& bytes) {
-  if (State() != kTcpConnected) throw RuntimeError(kTcpWrongState);
+  if (known_state() != kTcpConnected) throw RuntimeError(kTcpWrongState);
   if (bytes.size() > kOutboundLimit - unsent()) {
     throw RuntimeError(kNoBufferSpace, "No buffer space is available");
   }
@@ -144,7 +144,7 @@ void PosixTcpClient::SendData(const std::string& bytes) {
 std::string PosixTcpClient::GetData() {
   look_if_stale();
   std::string taken = std::exchange(inbound_, {});
-  stale_since_ = Clock::now();
+  if (taken.size() >= kInboundLimit) stale_since_ = Clock::now();  // the system holds more
   update_watch();
   return taken;
 }
@@ -171,7 +171,7 @@ void PosixTcpClient::look_if_stale() {
   if (state_ == kTcpConnecting) {
     look_at_connect();
   } else {
-    receive();
+    receive(true);
   }
 }
 
@@ -181,7 +181,7 @@ void PosixTcpClient::on_ready(short revents) {
     return;
   }
   if ((revents & (POLLOUT | POLLERR | POLLHUP)) != 0) flush();
-  if ((revents & ~POLLOUT) != 0) receive();
+  if ((revents & ~POLLOUT) != 0) receive((revents & (POLLRDHUP | POLLERR | POLLHUP)) != 0);
 }
 
 // A descriptor from which nothing more is wanted leaves the poll set: the end of a connection
@@ -189,7 +189,7 @@ void PosixTcpClient::on_ready(short revents) {
 void PosixTcpClient::update_watch() {
   int wanted = 0;
   if (state_ == kTcpConnecting) wanted = POLLOUT;
-  if (state_ == kTcpConnected && inbound_.size() < kInboundLimit) wanted = POLLIN;
+  if (state_ == kTcpConnected && inbound_.size() < kInboundLimit) wanted = POLLIN | POLLRDHUP;
   if (unsent() > 0) wanted |= POLLOUT;
   if (wanted == watched_) return;
   watched_ = static_cast<short>(wanted);
@@ -247,15 +247,17 @@ void PosixTcpClient::connected() {
   update_watch();
 }
 
-// Takes what the system holds, up to the limit, and learns of the connection's end.
-void PosixTcpClient::receive() {
+// Takes what the system holds, up to the limit. A receive that gets less than it could take has
+// taken all; whether the connection's end stands behind that only another one tells, which is
+// spared where a wait has told.
+void PosixTcpClient::receive(bool may_have_ended) {
   std::array<char, kChunk> chunk;
   while (state_ == kTcpConnected && inbound_.size() < kInboundLimit) {
     const std::size_t room = std::min(chunk.size(), kInboundLimit - inbound_.size());
     const ssize_t count = ::recv(descriptor_.get(), chunk.data(), room, 0);
     if (count > 0) {
       inbound_.append(chunk.data(), static_cast<std::size_t>(count));
-      if (static_cast<std::size_t>(count) < room) break;
+      if (static_cast<std::size_t>(count) < room && !may_have_ended) break;
     } else if (count == 0) {
       state_ = send_failed_ ? kTcpError : kTcpPeerClosing;
     } else if (would_block(errno)) {
@@ -292,7 +294,7 @@ void PosixTcpClient::fail_sending() {
   send_failed_ = true;
   outbound_ = {};
   sent_ = 0;
-  receive();
+  receive(true);
   const bool more_to_receive = inbound_.size() >= kInboundLimit;
   if (state_ == kTcpConnected && !more_to_receive) state_ = kTcpError;
   update_watch();

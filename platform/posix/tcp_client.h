@@ -18,14 +18,15 @@ namespace plexum::posix {
 // something arrives. The loop must outlive the client and belongs to the same thread.
 //
 // What the descriptor knows is what State and BytesReceived tell, whether the loop was run or not,
-// for as few system calls as that takes. What was last learned counts as known until
-// - a GetData, a Connect or a completed connection: the next question looks (one receive that
-//   doesn't block, one connect while connecting);
+// for as few system calls as that takes. What was last learned, of bytes and of the connection's
+// end, counts as known until
+// - a Connect, a completed connection or the taking of all that may lie here: the next question
+//   looks (receives that don't block, a connect while connecting);
 // - the loop's wait: if it found the descriptor ready, the next question or the loop's process()
-//   looks, whichever comes first; if not, that is the newest knowledge;
+//   receives, whichever comes first; if not, that is the newest knowledge;
 // - a millisecond has gone by: then a question looks, for a host that doesn't run the loop.
-// So a job that asks State, sends, waits, and takes its answer costs one look, one send, one poll
-// and one receive.
+// So a job that follows another one costs one send, one wait and one receive, and one that comes
+// later a look at its start.
 class PosixTcpClient final : public TcpClient {
  public:
   // Bytes that may lie here untaken; the peer's further ones stay in the system's buffers, which
@@ -44,6 +45,7 @@ class PosixTcpClient final : public TcpClient {
   void RemoteHost(const std::string& host) override;
   void RemotePort(std::int32_t port) override;
   void Connect() override;
+  // By what is known of the state; it doesn't look.
   void SendData(const std::string& bytes) override;
   std::string GetData() override;
   void Close() override;
@@ -58,9 +60,12 @@ class PosixTcpClient final : public TcpClient {
   void look_at_connect();
   void connected();
 
-  void receive();
+  void receive(bool may_have_ended);
   void flush();
   void fail_sending();
+  [[nodiscard]] std::int16_t known_state() const {
+    return inbound_.empty() ? state_ : kTcpConnected;
+  }
   [[nodiscard]] std::size_t unsent() const { return outbound_.size() - sent_; }
 
   EventLoop& loop_;

@@ -142,6 +142,25 @@ TEST_F(EventLoopTest, ATimerEndsAWaitAndASignalDoesNot) {
   std::signal(SIGALRM, before);
 }
 
+// Waits that end early leave a timer behind, which must not shorten a later one.
+TEST_F(EventLoopTest, AWaitLastsItsTimeAlsoBehindOnesThatEndedEarly) {
+  const Signal data;
+  data.put();
+  loop.watch(data.get(), POLLIN, [](short) {});
+  for (int early = 0; early < 3; ++early) {
+    EXPECT_TRUE(wakes());
+    loop.process();
+    loop.wait(milliseconds(10));
+    loop.process();
+  }
+  loop.unwatch(data.get());
+  for (int late = 0; late < 2; ++late) {
+    const auto start = EventLoop::Clock::now();
+    loop.wait(milliseconds(20));
+    EXPECT_GE(EventLoop::Clock::now() - start, milliseconds(20));
+  }
+}
+
 // Two descriptors are ready in the same round; the handler of whichever runs first does something
 // to the other.
 class ReadyTogether : public EventLoopTest {

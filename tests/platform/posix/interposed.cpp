@@ -1,8 +1,9 @@
 #include "platform/posix/interposed.h"
 
 #include <netdb.h>
-#include <poll.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
+#include <sys/timerfd.h>
 
 #include <atomic>
 #include <chrono>
@@ -33,7 +34,8 @@ int SlowNames::hanging() { return hanging_look_ups; }
 extern "C" {
 ssize_t __real_send(int, const void*, size_t, int);
 ssize_t __real_recv(int, void*, size_t, int);
-int __real_ppoll(pollfd*, nfds_t, const timespec*, const sigset_t*);
+int __real_epoll_wait(int, epoll_event*, int, int);
+int __real_timerfd_settime(int, int, const itimerspec*, itimerspec*);
 int __real_connect(int, const sockaddr*, socklen_t);
 int __real_getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**);
 
@@ -47,9 +49,14 @@ ssize_t __wrap_recv(int descriptor, void* bytes, size_t size, int flags) {
   return __real_recv(descriptor, bytes, size, flags);
 }
 
-int __wrap_ppoll(pollfd* slots, nfds_t count, const timespec* timeout, const sigset_t* signals) {
-  interposed.calls.emplace_back("ppoll");
-  return __real_ppoll(slots, count, timeout, signals);
+int __wrap_epoll_wait(int set, epoll_event* events, int count, int timeout) {
+  interposed.calls.emplace_back(timeout < 0 ? "wait" : "wait " + std::to_string(timeout));
+  return __real_epoll_wait(set, events, count, timeout);
+}
+
+int __wrap_timerfd_settime(int timer, int flags, const itimerspec* time, itimerspec* old) {
+  interposed.calls.emplace_back("alarm");
+  return __real_timerfd_settime(timer, flags, time, old);
 }
 
 int __wrap_connect(int descriptor, const sockaddr* address, socklen_t length) {

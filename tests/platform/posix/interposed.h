@@ -11,7 +11,7 @@ namespace plexum::posix::test {
 
 struct Interposed {
   int client = -1;                  // the descriptor that was connected last
-  std::vector<std::string> calls;   // its send and recv, and ppoll, in their order
+  std::vector<std::string> calls;   // its send and recv, and the loop's, in their order
   bool connects_to_itself = false;  // a socket gets the port that it connects to
   // Where the steady clock stands, but for a nanosecond a question.
   std::optional<std::chrono::steady_clock::time_point> time;
