@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "cli/connection_options.h"
 #include "cli/host_session.h"
+#include "cli/local_link.h"
 #include "cli/member_help.h"
 
 namespace plexum::cli {
@@ -12,7 +13,7 @@ namespace {
 
 void run_host(const std::string& capture_path) {
   LocalLink local(capture_path);
-  HostSession session(local);
+  HostSession session(local.link, local.environment);
   std::string line;
   while (std::getline(std::cin, line)) {
     std::cout << session.reply_to(line) << std::endl;  // flushed: the other side waits for it

@@ -164,24 +164,21 @@ Reply carried_out(PlexumLink& link, std::string_view line) {
 
 }  // namespace
 
-HostSession::HostSession(LocalLink& local) : local_(local) {
-  local_.environment.on_message_box = [this](const std::string& text) {
-    message_boxes_.push_back(text);
-  };
+HostSession::HostSession(PlexumLink& link, CommandEnvironment& environment) : link_(link) {
+  environment.on_message_box = [this](const std::string& text) { message_boxes_.push_back(text); };
 }
 
 std::string HostSession::reply_to(std::string_view line) {
   message_boxes_.clear();
   try {
-    PlexumLink& link = local_.link;
-    Reply reply = carried_out(link, line);
+    Reply reply = carried_out(link_, line);
     Json json = std::move(reply.outcome);
     json["args"] = std::move(reply.arguments);
-    json["state"] = {{"err", link.err},
-                     {"inuse", link.inuse},
-                     {"s7init", link.s7init},
-                     {"auftrag_Fehler", link.auftrag_Fehler},
-                     {"status_text", link.status_text()}};
+    json["state"] = {{"err", link_.err},
+                     {"inuse", link_.inuse},
+                     {"s7init", link_.s7init},
+                     {"auftrag_Fehler", link_.auftrag_Fehler},
+                     {"status_text", link_.status_text()}};
     json["message_boxes"] = message_boxes_;
     return json.dump();
   } catch (const std::exception& error) {

@@ -4,7 +4,8 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/local_link.h"
+#include "cli/command_environment.h"
+#include "control/plexum_link.h"
 
 namespace plexum::cli {
 
@@ -12,8 +13,8 @@ namespace plexum::cli {
 // {"set":NAME,"value":V}. Byte strings are JSON strings of U+0000 to U+00FF.
 class HostSession {
  public:
-  // `local` must outlive the session and is its alone.
-  explicit HostSession(LocalLink& local);
+  // Both must outlive the session; the link's message boxes go through `environment`.
+  HostSession(PlexumLink& link, CommandEnvironment& environment);
 
   // The reply to one request, a JSON object on one line: the result, or the run-time error, with
   // the arguments as the call left them, the state afterwards and the message boxes shown. A line
@@ -21,7 +22,7 @@ class HostSession {
   std::string reply_to(std::string_view line);
 
  private:
-  LocalLink& local_;
+  PlexumLink& link_;
   std::vector<std::string> message_boxes_;
 };
 

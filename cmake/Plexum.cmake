@@ -12,7 +12,7 @@ target_compile_options(plexum_options INTERFACE
   -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wnon-virtual-dtor
   -Woverloaded-virtual -Wcast-align -Wunused -Wformat=2
   # g++ 12 sees overlapping copies in std::string's own assignment where there are none.
-  -Wno-restrict)
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
 # Hardening, which tests/hardening_test.py reads off the built files: a stack that tells when it is
 # overwritten and holds no code, code at any address, nothing left to be bound when it runs.

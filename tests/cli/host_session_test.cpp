@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli/local_link.h"
 #include "sim/simulated_plc.h"
 
 namespace plexum::cli {
@@ -48,7 +49,7 @@ TEST(HostSession, RepliesToEachKindOfRequest) {
        R"({"args":[],"error":{"number":6,"text":"Overflow"}})"},
   };
   LocalLink local;
-  HostSession session(local);
+  HostSession session(local.link, local.environment);
   for (const Case& c : cases) {
     EXPECT_EQ(essence(session.reply_to(c.request)), c.reply) << c.request;
   }
@@ -56,7 +57,7 @@ TEST(HostSession, RepliesToEachKindOfRequest) {
 
 TEST(HostSession, MessageBoxesBelongToTheirCall) {
   LocalLink local;
-  HostSession session(local);
+  HostSession session(local.link, local.environment);
   const json large = json::parse(session.reply_to(R"({"call":"flottobeyt","args":["7E38"]})"));
   EXPECT_EQ(large.at("message_boxes").dump(), R"(["Zahl ist größer als 8 Bit"])");
   EXPECT_EQ(large.at("type"), "String");
@@ -66,7 +67,7 @@ TEST(HostSession, MessageBoxesBelongToTheirCall) {
 
 TEST(HostSession, ALineThatIsNoRequestIsErrorZeroAndTheRunGoesOn) {
   LocalLink local;
-  HostSession session(local);
+  HostSession session(local.link, local.environment);
   const std::string deep(100000, '[');
   for (const std::string& line :
        {std::string(), std::string("x"), std::string("[]"), std::string("{}"),
@@ -91,7 +92,7 @@ TEST(HostSession, ResultsKeepTheirTypes) {
   options.port = 0;
   const sim::SimulatedPlc plc(options);
   LocalLink local;
-  HostSession session(local);
+  HostSession session(local.link, local.environment);
   session.reply_to(R"({"set":"Tzeit","value":2000})");
   const json connect = {{"call", "ag_ini"},
                         {"args", {"127.0.0.1", std::to_string(plc.port()), "1.0", "3.2"}}};

@@ -1,0 +1,91 @@
+// Texts of hosts: every member with any arguments, addresses among them, and what the conversions
+// promise of their results. The arguments stand in lines; the first says which member.
+
+#include <cmath>
+#include <vector>
+
+#include "cli/members.h"
+#include "fuzz/world.h"
+
+namespace plexum::fuzz {
+namespace {
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines(1);
+  for (const char c : text) {
+    if (c == '\n') {
+      lines.emplace_back();
+    } else {
+      lines.back() += c;
+    }
+  }
+  return lines;
+}
+
+double unsigned_number(const std::string& bytes) {
+  double number = 0;
+  for (const char c : bytes) number = 256 * number + static_cast<unsigned char>(c);
+  return number;
+}
+
+// A number has one text, and its text that number, to 15 digits.
+void check_number(Host& host, const std::string& text) {
+  double number = 0;
+  if (error_of([&] { number = host.number_from_text(text); }) != 0) return;
+  const std::string shown = host.text_from_number(number);
+  double again = 0;
+  // Rounding to 15 digits leads beyond the largest double only there.
+  if (error_of([&] { again = host.number_from_text(shown); }) != 0) {
+    return require(std::abs(number) > 1.797E308, "a number's text is a number");
+  }
+  require(host.text_from_number(again) == shown, "a number's text is that number's");
+  require(std::abs(again - number) <= std::abs(number) * 1E-14, "a text keeps the number");
+}
+
+void check_conversions(World& world, const std::string& text) {
+  double number = 0;
+  if (error_of([&] { number = world.host.number_from_text(text); }) != 0) return;
+  std::string bytes;
+  if (error_of([&] { bytes = world.link.wordtobeyt(text); }) == 0) {
+    require(bytes.size() == 2, "a word has two bytes");
+    require(std::abs(unsigned_number(bytes) - number) <= 0.5, "a word's bytes are its value");
+  }
+  std::string rest = text;
+  if (error_of([&] { bytes = world.link.dwordtobeyt(rest); }) == 0) {
+    require(bytes.size() == 4, "a double word has four bytes");
+    require(world.host.number_from_text(rest) < 65536, "the remainder is below 65536");
+    if (number >= 0 && number < 4294967295) {
+      require(std::abs(unsigned_number(bytes) - number) <= 0.5, "a double word's value");
+    }
+  }
+  rest = text;
+  if (error_of([&] { bytes = world.link.wordtobeytadd(rest); }) == 0) {
+    require(bytes.size() == 3, "a bit address has three bytes");
+  }
+  rest = text;
+  if (error_of([&] { bytes = world.link.flottobeyt(rest); }) == 0) {
+    require(bytes.size() == 4, "a float has four bytes");
+  }
+}
+
+}  // namespace
+
+void run(Input input) {
+  World world;
+  const auto& methods = cli::methods();
+  const auto& method = methods[input.below(methods.size())];
+  const bool connected = input.flag();
+  std::vector<std::string> arguments = lines_of(input.rest());
+  for (const std::string& text : arguments) {
+    check_number(world.host, text);
+    check_conversions(world, text);
+  }
+  arguments.resize(method.arguments.size());
+  if (connected) require(world.connect(), "the PLC is there");
+  error_of([&] { method.call(world.link, arguments); });
+  // No argument spoils the control for the next job.
+  world.link.s7init = false;
+  require(world.connect(), "the PLC is found again");
+}
+
+}  // namespace plexum::fuzz
