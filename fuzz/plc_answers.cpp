@@ -127,7 +127,7 @@ class Dialogue {
       case 5:
         world_.link.s7init = input_.flag();
         world_.link.inuse = input_.flag();
-        world_.link.auftrag_Fehler = static_cast<std::int16_t>(input_.byte() << 8);
+        world_.link.auftrag_Fehler = input_.byte();
         return;
     }
   }
