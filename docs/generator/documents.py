@@ -7,6 +7,7 @@ comes from:
   <!-- run with OPTIONS -->    the same with a simulated PLC of these options
   <!-- output of COMMAND: A ... B -->   of that output the lines from the first that has A to the next
                                that has B
+  <!-- standard error of COMMAND: A ... B -->   the same of its standard error, times as 0.000 s
   <!-- from FILE -->           all of a file of the tree
   <!-- from FILE: A ... B -->  its lines from the first that has A to the next that has B
   <!-- not run: REASON -->     as written; REASON tells how it is held, or that it isn't
@@ -34,17 +35,26 @@ def excerpt(text, span):
                    for line in lines[begin:end + 1])
 
 
+def version(root):
+    return re.search(r"VERSION (\d+\.\d+\.\d+)", (root / "CMakeLists.txt").read_text())[1]
+
+
 def file_excerpt(root, source):
     path, _, span = source.partition(": ")
-    return excerpt((root / path).read_text(encoding="utf-8"), span)
+    text = (root / path).read_text(encoding="utf-8")
+    if path.endswith(".in"):  # as the build makes it
+        text = text.replace("@PROJECT_VERSION@", version(root))
+        text = text.replace("@PLEXUM_MANIFEST_ARCHITECTURE@", "amd64")
+    return excerpt(text, span)
 
 
-def output_excerpt(program, source):
+def output_excerpt(program, source, stream="stdout"):
     command, _, span = source.partition(": ")
     done = subprocess.run([program, *shlex.split(command)[1:]], capture_output=True, text=True,
                           encoding="utf-8", check=True)
     # The tour's PLC has a port of its own.
-    return excerpt(re.sub(r'"127\.0\.0\.1", "\d+"', '"127.0.0.1", "102"', done.stdout), span)
+    text = re.sub(r'"127\.0\.0\.1", "\d+"', '"127.0.0.1", "102"', getattr(done, stream))
+    return excerpt(re.sub(r"at \d+\.\d+ s$", "at 0.000 s", text, flags=re.MULTILINE), span)
 
 
 def run_host(program, port, requests):
@@ -126,6 +136,8 @@ def renewed(root, program, path):
             body = file_excerpt(root, source[5:])
         elif source.startswith("output of "):
             body = output_excerpt(program, source[10:])
+        elif source.startswith("standard error of "):
+            body = output_excerpt(program, source[18:], "stderr")
         elif source == "run" or source.startswith("run with "):
             body = run_block(program, body, shlex.split(source)[2:])
         elif not source.startswith("not run: "):

@@ -24,7 +24,8 @@ def script(path):
     return [cscript, "//nologo", path]
 
 
-RUNS = {"write.vbs": script("vbscript/write.vbs"), "read.vbs": script("vbscript/read.vbs"),
+RUNS = {"first.vbs": script("vbscript/first.vbs"), "write.vbs": script("vbscript/write.vbs"),
+        "read.vbs": script("vbscript/read.vbs"),
         "read_write.js": script("jscript/read_write.js"), "read_write.exe": [cpp_example]}
 assert {path.stem for path in EXPECTED.iterdir()} == set(RUNS)
 with simulated_plc(plexum) as plc_port:
