@@ -32,6 +32,7 @@ class Text {
   Text(const Text&) = delete;
   Text& operator=(const Text&) = delete;
   operator BSTR*() { return &text_; }
+  [[nodiscard]] BSTR value() const { return text_; }
 
  private:
   BSTR text_ = nullptr;
@@ -115,6 +116,9 @@ int run(_PlexumLink* plc, int argc, wchar_t** argv) {
   plc->put_Tzeit(1000);  // slices of up to a millisecond each
   Text address(argument(1, L"127.0.0.1")), port(argument(2, L"102"));
   Text own(argument(3, L"1.0")), theirs(argument(4, L"3.2"));
+  plc->put_CP_IP(address.value());  // the properties are for jobs that have to connect anew
+  plc->put_TsapE(own.value());
+  plc->put_TsapF(theirs.value());
   VARIANT_BOOL connected = VARIANT_FALSE;
   const HRESULT call = plc->ag_ini(address, port, own, theirs, &connected);
   if (FAILED(call) || !connected) {
@@ -138,9 +142,8 @@ int wmain(int argc, wchar_t** argv) {
   CoInitialize(nullptr);  // a single-threaded apartment
   _PlexumLink* plc = nullptr;
   int code = 2;
-  const HRESULT created =
-      CoCreateInstance(__uuidof(PlexumLink), nullptr, CLSCTX_INPROC_SERVER, __uuidof(_PlexumLink),
-                       reinterpret_cast<void**>(&plc));
+  const HRESULT created = CoCreateInstance(__uuidof(PlexumLink), nullptr, CLSCTX_INPROC_SERVER,
+                                           __uuidof(_PlexumLink), reinterpret_cast<void**>(&plc));
   if (SUCCEEDED(created)) {
     code = run(plc, argc, argv);
     plc->Release();

@@ -17,9 +17,9 @@ static class EarlyBound
         {
             return Run(plc, arguments);
         }
-        catch (COMException error)
+        catch (Exception error) // a COMException, or what .NET makes of it
         {
-            Console.WriteLine("run-time error {0}: {1}", error.ErrorCode & 0xFFFF, error.Message);
+            Console.WriteLine("run-time error: {0}", error.Message);
             return 2;
         }
         finally

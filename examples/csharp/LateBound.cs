@@ -28,15 +28,10 @@ static class LateBound
         {
             return Run(plc, arguments);
         }
-        catch (COMException error)
+        catch (Exception error) // a COMException, or what .NET makes of it: OverflowException for 6
         {
             // A number that doesn't fit, a time-out without any answer, a lost connection.
-            Console.WriteLine("run-time error {0}: {1}", error.ErrorCode & 0xFFFF, error.Message);
-            return 2;
-        }
-        catch (ArgumentException error) // run-time error 5
-        {
-            Console.WriteLine(error.Message);
+            Console.WriteLine("run-time error: {0}", error.Message);
             return 2;
         }
         finally

@@ -65,7 +65,10 @@ Public Function Connect(ByVal plc As Object, ByVal sheet As Object) As Boolean
     Dim port As String
     port = sheet.Range("B3").Text ' Text: a TSAP must not become a number, nor a date
     If port = "" Then port = "102"
-    Connect = plc.ag_ini(CStr(sheet.Range("B1").Text), port, "1.0", CStr(sheet.Range("B2").Text))
+    plc.CP_IP = sheet.Range("B1").Text ' the properties are for jobs that have to connect anew
+    plc.TsapE = "1.0"
+    plc.TsapF = sheet.Range("B2").Text
+    Connect = plc.ag_ini(plc.CP_IP, port, plc.TsapE, plc.TsapF)
     If Not Connect Then MsgBox "No connection, err " & plc.err, vbExclamation, "PLC"
 End Function
 
