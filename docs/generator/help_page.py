@@ -36,7 +36,7 @@ def page(root, version):
     import markdown  # Debian's python3-markdown; what else script/docs does needs nothing
 
     documents = {path.stem for path in (root / "docs").glob("*.md")}
-    assert documents == set(ORDER), documents ^ set(ORDER)
+    assert documents == set(ORDER), f"ORDER of help_page.py and docs/ differ: {documents ^ set(ORDER)}"
     texts = {name: re.sub(r"^<!--.*?-->\n", "",
                           (root / "docs" / f"{name}.md").read_text(encoding="utf-8"),
                           flags=re.MULTILINE) for name in ORDER}
