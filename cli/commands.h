@@ -10,8 +10,16 @@ namespace plexum::cli {
 // be written).
 
 void add_ping_command(CLI::App& program);
+void add_info_command(CLI::App& program);
+void add_mode_command(CLI::App& program);
+void add_lamps_command(CLI::App& program);
+void add_clock_command(CLI::App& program);
+void add_service_commands(CLI::App& program);  // start, stop, compress, ram-to-rom, erase
 void add_demo_command(CLI::App& program);
 void add_host_command(CLI::App& program);
 void add_simulator_command(CLI::App& program);
+
+// All of them, in the groups of the program's help.
+void add_commands(CLI::App& program);
 
 }  // namespace plexum::cli

@@ -34,6 +34,10 @@ void add_capture_option(CLI::App& command, std::string& path) {
       ->type_name("FILE");
 }
 
+void add_yes_option(CLI::App& command, bool& yes) {
+  command.add_flag("-y,--yes", yes, "Do it without asking");
+}
+
 void add_connection_options(CLI::App& command, ConnectionOptions& options) {
   const std::string usual_group = command.option_defaults()->get_group();
   command.option_defaults()->group("Connection");

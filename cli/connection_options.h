@@ -32,4 +32,7 @@ void add_connection_options(CLI::App& command, ConnectionOptions& options);
 // --pcap alone, for commands that don't connect to the user's PLC.
 void add_capture_option(CLI::App& command, std::string& path);
 
+// --yes, for commands that ask before they act.
+void add_yes_option(CLI::App& command, bool& yes);
+
 }  // namespace plexum::cli

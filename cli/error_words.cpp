@@ -110,7 +110,11 @@ ErrorWords error_words(Step step, std::int32_t err) {
   if (step == Step::kWrite) {
     if (const KnownError* known = find(kReturnCodes, err)) return words_of(*known);
   }
-  if (err == 1) return {"no TCP connection in time", "check the address, the network and --port"};
+  if (err == 1 && step == Step::kConnect) {
+    return {"no TCP connection in time", "check the address, the network and --port"};
+  }
+  // What a fragment of a userdata answer has in the place of the error.
+  if (err == 1) return {"the PLC refuses this function, or doesn't have it", kAskTrace};
   if (err == 3) return no_answer(step);
   if (err == 4) return {"the connection is gone", "try again"};
   if (const KnownError* known = find(kHeaderErrors, err)) return words_of(*known);

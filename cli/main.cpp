@@ -39,13 +39,9 @@ int run(CLI::App& program, const Console& console) {
 int main(int argc, char** argv) {
   const Console console(argc, argv);
   CLI::App program("Talks to Siemens S7 PLCs over ISO-on-TCP", "plexum");
-  program.require_subcommand(1);
   program.allow_windows_style_options(false);  // else /x would be an option there and no path
   program.set_version_flag("--version", PLEXUM_VERSION);
-  plexum::cli::add_ping_command(program);
-  plexum::cli::add_demo_command(program);
-  plexum::cli::add_host_command(program);
-  plexum::cli::add_simulator_command(program);
+  plexum::cli::add_commands(program);
 
   const int exit_code = run(program, console);
   std::cout.flush();

@@ -88,6 +88,9 @@ Session::Session(const ConnectionOptions& options)
   }
   if (options.trace) trace_telegrams(local_.watched);
   link().Tzeit(options.tzeit);
+  // What its message boxes say (the length of a state list, the error of a refused download) is
+  // told better by the commands' own lines.
+  local_.environment.on_message_box = [](const std::string&) {};
 }
 
 Session::~Session() {

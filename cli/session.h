@@ -45,6 +45,8 @@ class Session {
   PlexumLink& link() { return local_.link; }
   // The PLC, for people: 192.0.2.10:102.
   [[nodiscard]] std::string plc_name() const;
+  // The PDU size that the PLC is said to grant, in bytes.
+  [[nodiscard]] unsigned pdu() const { return options_.pdu; }
 
   // Connects if there is no connection. Jobs of the control would do so by themselves, but to port
   // 102 alone.

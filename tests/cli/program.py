@@ -1,6 +1,8 @@
 """What the tests of the built program share. A test file is run as FILE PROGRAM [TEST...]."""
 
 import json
+import os
+import pty
 import re
 import subprocess
 import sys
@@ -13,6 +15,19 @@ def run(*arguments, text=None):
     """(exit code, standard output, standard error) of a run that ends by itself."""
     done = subprocess.run([PROGRAM, *arguments], input=text or "", capture_output=True, text=True,
                           encoding="utf-8", timeout=PATIENCE)
+    return done.returncode, done.stdout, done.stderr
+
+
+def run_on_terminal(typed, *arguments):
+    """The same, with `typed` entered on a terminal that is its standard input."""
+    ours, its = pty.openpty()
+    try:
+        os.write(ours, typed.encode() + b"\n")
+        done = subprocess.run([PROGRAM, *arguments], stdin=its, capture_output=True, text=True,
+                              encoding="utf-8", timeout=PATIENCE)
+    finally:
+        os.close(ours)
+        os.close(its)
     return done.returncode, done.stdout, done.stderr
 
 
@@ -48,6 +63,7 @@ class Simulator(Started):
         found = re.fullmatch(r"listening on 127\.0\.0\.1:(\d+)", greeting)
         assert found, f"greets with {greeting!r}"
         self.port = found[1]
+        self.here = ["--ip", "127.0.0.1", "--port", self.port, "--tzeit", "500"]
 
 
 class Host(Started):
