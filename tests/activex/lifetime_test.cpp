@@ -93,6 +93,28 @@ TEST_F(Lifetime, AHostMayCallInFromAWait) {
   EXPECT_EQ(result, VARIANT_FALSE);
 }
 
+// Inside the wait of one control another one waits; the outer wait can only end after the inner.
+TEST_F(Lifetime, WaitsOfTwoControlsNest) {
+  const auto inner = file().create();
+  inner->put_Tzeit(1000000);
+  _PlexumLink* outer = link_.Detach();
+  VARIANT_BOOL inner_result = VARIANT_TRUE;
+  bool ended = false;
+  const ThreadTimer timer(20, [&] {
+    const ThreadTimer nested(20, [&] {
+      outer->Release();  // the last one, while its own wait is below on the stack
+      inner->put_Tzeit(0);
+    });
+    EXPECT_EQ(connect(inner.Get(), &inner_result), S_OK);
+    ended = true;
+  });
+  VARIANT_BOOL outer_result = VARIANT_TRUE;
+  EXPECT_EQ(connect(outer, &outer_result), E_ABORT);
+  EXPECT_TRUE(ended);
+  EXPECT_EQ(inner_result, VARIANT_FALSE);
+  EXPECT_EQ(outer_result, VARIANT_FALSE);
+}
+
 TEST_F(Lifetime, QuitIsLeftToTheHost) {
   const ThreadTimer timer(50, [this] {
     PostQuitMessage(42);

@@ -24,7 +24,8 @@ class ThreadTimer {
  private:
   static void CALLBACK fire(HWND, UINT, UINT_PTR id, DWORD) {
     KillTimer(nullptr, id);
-    if (action_) action_();
+    // The action may make the next one.
+    if (const auto action = std::exchange(action_, nullptr)) action();
   }
 
   static inline std::function<void()> action_;
