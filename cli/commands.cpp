@@ -13,7 +13,7 @@ struct Group {
 
 const std::vector<Group>& groups() {
   static const std::vector<Group> all{
-      {"Data", {add_ping_command}},
+      {"Data", {add_watch_command, add_plot_command, add_ping_command}},
       {"The PLC",
        {add_info_command, add_mode_command, add_lamps_command, add_clock_command,
         add_service_commands}},

@@ -18,6 +18,13 @@ namespace plexum::cli {
 namespace {
 
 constexpr unsigned kUsualWidth = 80;
+constexpr unsigned kUsualHeight = 24;
+
+// In characters; 0 where it can't be told.
+struct Size {
+  unsigned width = 0;
+  unsigned height = 0;
+};
 
 #ifdef _WIN32
 
@@ -34,10 +41,12 @@ bool takes_escape_sequences(Stream stream) {
          SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
-unsigned width_of(Stream stream) {
+Size size_of(Stream stream) {
   CONSOLE_SCREEN_BUFFER_INFO info;
-  if (GetConsoleScreenBufferInfo(handle_of(stream), &info) == 0) return 0;
-  return static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left + 1);
+  if (GetConsoleScreenBufferInfo(handle_of(stream), &info) == 0) return {};
+  const SMALL_RECT& window = info.srWindow;
+  return {static_cast<unsigned>(window.Right - window.Left + 1),
+          static_cast<unsigned>(window.Bottom - window.Top + 1)};
 }
 
 #else
@@ -47,9 +56,10 @@ bool takes_escape_sequences(Stream) {
   return terminal != nullptr && std::string(terminal) != "dumb";
 }
 
-unsigned width_of(Stream stream) {
+Size size_of(Stream stream) {
   winsize size{};
-  return ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+  if (ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) != 0) return {};
+  return {size.ws_col, size.ws_row};
 }
 
 #endif
@@ -71,8 +81,13 @@ bool may_animate(Stream stream) {
 }
 
 unsigned terminal_width(Stream stream) {
-  const unsigned width = width_of(stream);
+  const unsigned width = size_of(stream).width;
   return width == 0 ? kUsualWidth : width;
+}
+
+unsigned terminal_height(Stream stream) {
+  const unsigned height = size_of(stream).height;
+  return height == 0 ? kUsualHeight : height;
 }
 
 void ask_before(const std::string& what, bool yes) {

@@ -16,6 +16,8 @@ bool may_animate(Stream stream);
 
 // The width of a terminal in characters; 80 where it can't be told.
 unsigned terminal_width(Stream stream);
+// Its height in lines; 24 where it can't be told.
+unsigned terminal_height(Stream stream);
 
 // Before something that can stop a plant: asks on the terminal whether to do `what` ("stop the CPU
 // of 192.0.2.10:102"), unless `yes` says so already. Throws Failure with ExitCode::kRefused when
