@@ -14,7 +14,7 @@ using Socket = EventLoop::Descriptor;
 // There are no signals that a thread could take from its host's.
 class SignalsBlocked {
  public:
-  SignalsBlocked() {}
+  SignalsBlocked() {}  // NOLINT(modernize-use-equals-default): else it would count as unused
   SignalsBlocked(const SignalsBlocked&) = delete;
   SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 };

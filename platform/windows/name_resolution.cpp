@@ -99,7 +99,7 @@ NameResolution::NameResolution(const std::wstring& host, int port, HWND window, 
                             ? nullptr
                             : CreateThread(nullptr, 0, run, parameter.get(), 0, nullptr);
   if (thread != nullptr) {
-    parameter.release();  // the thread's now
+    static_cast<void>(parameter.release());  // the thread's now
     CloseHandle(thread);
     return;
   }

@@ -35,7 +35,8 @@ void CALLBACK print_labels(HWND, UINT, UINT_PTR, DWORD) {
   std::fflush(stdout);
 }
 
-void read_plc(_PlexumLink& link, std::wstring address, std::wstring port, LONG seconds) {
+void read_plc(_PlexumLink& link, const std::wstring& address, const std::wstring& port,
+              LONG seconds) {
   const auto variable = [](const wchar_t* text) { return SysAllocString(text); };
   BSTR remote = variable(address.c_str());
   BSTR remote_port = variable(port.c_str());
