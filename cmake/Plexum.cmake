@@ -81,12 +81,19 @@ macro(plexum_find_googletest)
   include(GoogleTest)
 endmacro()
 
-# plexum_test(NAME FILE...): one GoogleTest program; every test in it is a CTest test.
+# plexum_test(NAME [ONE_RUN_UNDER_WINE] FILE...): one GoogleTest program; every test in it is a CTest
+# test, unless what is not about Windows itself runs there only as a whole.
 function(plexum_test name)
-  add_executable(${name} ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 test "ONE_RUN_UNDER_WINE" "" "")
+  add_executable(${name} ${test_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE plexum_options GTest::gtest_main GTest::gmock)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  if(WIN32 AND test_ONE_RUN_UNDER_WINE)
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+  else()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  endif()
 endfunction()
 
 # plexum_member_help(FORM FILE): what docs/members.toml says of the members, as "definitions" for

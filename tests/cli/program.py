@@ -1,19 +1,25 @@
-"""What the tests of the built program share. A test file is run as FILE PROGRAM [TEST...]."""
+"""What the tests of the built program share. A test file is run as FILE PROGRAM [TEST...]; the
+program for Windows runs under Wine."""
 
+import contextlib
 import json
 import os
+import pathlib
 import pty
 import re
 import subprocess
 import sys
 
 PROGRAM = sys.argv[1]
+WINDOWS = PROGRAM.endswith(".exe")
+WINE = pathlib.Path(__file__).resolve().parents[2] / "script/wine"
+COMMAND = [WINE, PROGRAM] if WINDOWS else [PROGRAM]
 PATIENCE = 60  # seconds, for anything that must come
 
 
 def run(*arguments, text=None):
     """(exit code, standard output, standard error) of a run that ends by itself."""
-    done = subprocess.run([PROGRAM, *arguments], input=text or "", capture_output=True, text=True,
+    done = subprocess.run([*COMMAND, *arguments], input=text or "", capture_output=True, text=True,
                           encoding="utf-8", timeout=PATIENCE)
     return done.returncode, done.stdout, done.stderr
 
@@ -36,7 +42,7 @@ class Started:
 
     def __init__(self, *arguments):
         self.process = subprocess.Popen(
-            [PROGRAM, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            [*COMMAND, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
             stderr=subprocess.PIPE, text=True, encoding="utf-8")
 
     def __enter__(self):
@@ -44,7 +50,7 @@ class Started:
 
     def __exit__(self, *_):
         if self.process.poll() is None:
-            self.process.kill()
+            self.process.terminate()  # is passed on by what stands between
         self.process.communicate()
 
     def line(self):
@@ -94,8 +100,26 @@ def one_line(text, *parts):
         assert part in text, f"no {part!r} in {text!r}"
 
 
+def words_of_the_system(words):
+    """What an error of the system says here; nothing is asked of Wine's words."""
+    return "" if WINDOWS else words
+
+
+@contextlib.contextmanager
+def desktop():
+    """Wine makes a desktop, which may take 10 seconds, for the first program that needs one, and
+    ends it with the last. It holds that program's output open: of one whose end nobody awaits."""
+    with subprocess.Popen([*COMMAND, "host"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                          text=True) as keeper:
+        print('{"call":"ag_ini","args":["127.0.0.1","1","1.0","3.2"]}', file=keeper.stdin,
+              flush=True)
+        keeper.stdout.readline()
+        yield
+
+
 def main(tests):
     """Runs the named tests of a file's globals(); without names, all."""
     found = {name: test for name, test in tests.items() if name.startswith("test_")}
-    for name in sys.argv[2:] or found:
-        found[name]()
+    with desktop() if WINDOWS else contextlib.nullcontext():
+        for name in sys.argv[2:] or found:
+            found[name]()

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <stdexcept>
 
 #ifdef _WIN32
 #include <winsock2.h>
@@ -26,6 +25,7 @@ using Length = int;
 constexpr int kQuiet = 0;
 constexpr int kSending = SD_SEND;
 constexpr int kWouldBlock = WSAEWOULDBLOCK;
+constexpr int kReset = WSAECONNRESET;
 
 struct Winsock {
   Winsock() {
@@ -52,6 +52,7 @@ using Length = socklen_t;
 constexpr int kQuiet = MSG_NOSIGNAL;
 constexpr int kSending = SHUT_WR;
 constexpr int kWouldBlock = EAGAIN;
+constexpr int kReset = ECONNRESET;
 
 int last_error() { return errno; }
 int close_socket(NativeSocket socket) { return ::close(socket); }
@@ -77,11 +78,25 @@ void await(std::intptr_t descriptor, short event) {
 
 // How many bytes a send or receive has moved; none where it would have had to wait.
 std::size_t moved(std::intptr_t count) {
+  if (count < 0 && last_error() == kReset) throw TcpEnd::Reset("reset");
   check(count >= 0 || last_error() == kWouldBlock, "send or receive");
   return static_cast<std::size_t>(std::max<std::intptr_t>(count, 0));
 }
 
 }  // namespace
+
+TcpVisitor::TcpVisitor(std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(port);
+  connection_ = static_cast<Descriptor>(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+  check(connection_ != kNone, "socket");
+  check(::connect(native(connection_), reinterpret_cast<const sockaddr*>(&address),
+                  sizeof address) == 0,
+        "connect");
+  make_non_blocking(native(connection_));
+}
 
 bool TcpPeer::has_ipv6() {
   try {
@@ -116,10 +131,7 @@ TcpPeer::TcpPeer(Family family) {
                                         : reinterpret_cast<sockaddr_in6*>(&address)->sin6_port);
 }
 
-TcpPeer::~TcpPeer() {
-  close_descriptor(connection_);
-  close_descriptor(listener_);
-}
+TcpPeer::~TcpPeer() { close_descriptor(listener_); }
 
 void TcpPeer::accept() {
   close_descriptor(connection_);
@@ -129,11 +141,11 @@ void TcpPeer::accept() {
   make_non_blocking(native(connection_));
 }
 
-std::size_t TcpPeer::send_some(const std::string& bytes) {
+std::size_t TcpEnd::send_some(const std::string& bytes) {
   return moved(::send(native(connection_), bytes.data(), static_cast<Size>(bytes.size()), kQuiet));
 }
 
-void TcpPeer::send(const std::string& bytes) {
+void TcpEnd::send(const std::string& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
     await(connection_, POLLOUT);
@@ -141,13 +153,13 @@ void TcpPeer::send(const std::string& bytes) {
   }
 }
 
-std::string TcpPeer::receive_some(std::size_t size) {
+std::string TcpEnd::receive_some(std::size_t size) {
   std::string bytes(size, '\0');
   bytes.resize(moved(::recv(native(connection_), bytes.data(), static_cast<Size>(size), 0)));
   return bytes;
 }
 
-std::string TcpPeer::receive(std::size_t size) {
+std::string TcpEnd::receive(std::size_t size) {
   std::string bytes;
   while (bytes.size() < size) {
     await(connection_, POLLIN);
@@ -158,11 +170,11 @@ std::string TcpPeer::receive(std::size_t size) {
   return bytes;
 }
 
-void TcpPeer::finish() { ::shutdown(native(connection_), kSending); }
+void TcpEnd::finish() { ::shutdown(native(connection_), kSending); }
 
-void TcpPeer::close() { close_descriptor(connection_); }
+void TcpEnd::close() { close_descriptor(connection_); }
 
-void TcpPeer::reset() {
+void TcpEnd::reset() {
   linger drop{};
   drop.l_onoff = 1;  // and 0 seconds
   ::setsockopt(native(connection_), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&drop),
@@ -172,7 +184,7 @@ void TcpPeer::reset() {
 
 void TcpPeer::stop_listening() { close_descriptor(listener_); }
 
-void TcpPeer::close_descriptor(Descriptor& descriptor) {
+void TcpEnd::close_descriptor(Descriptor& descriptor) {
   if (descriptor != kNone) close_socket(native(descriptor));
   descriptor = kNone;
 }
