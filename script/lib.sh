@@ -29,6 +29,9 @@ as_root() {
   fi
 }
 
+# project_version: the version that CMakeLists.txt names for everything.
+project_version() { sed -n 's/^project(Plexum VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"; }
+
 # build_preset PRESET: configures and builds one of CMakePresets.json; when that fails it has said
 # so and returns 1.
 build_preset() {
@@ -57,7 +60,8 @@ WINE_BIN=/usr/lib/wine/wine64
 wine_environment() {
   export WINEPREFIX=${1:-${PLEXUM_WINEPREFIX:-$ROOT/build/tools/wine/prefix}}
   export WINEDEBUG=${WINEDEBUG:--all}
-  export WINEDLLOVERRIDES="mscoree,mshtml="
+  # Without winemenubuilder.exe no shortcut reaches the menu of the user's own desktop.
+  export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe="
   export WINEDLLPATH=$WINE_LIBRARIES
   unset WINELOADER WINESERVER WINEARCH
 }

@@ -1,0 +1,43 @@
+"""What others wrote and the shipped files have compiled or linked in, with the versions that the
+build machine has."""
+import dataclasses
+import pathlib
+import subprocess
+
+
+@dataclasses.dataclass(frozen=True)
+class Component:
+    name: str
+    package: str  # of Debian: brings it, its version and its copyright file
+    licence: str  # an SPDX expression
+
+    @property
+    def version(self):
+        return subprocess.run(["dpkg-query", "-W", "-f", "${Version}", self.package], check=True,
+                              capture_output=True, text=True).stdout
+
+    @property
+    def source(self):
+        return subprocess.run(["dpkg-query", "-W", "-f", "${source:Package}", self.package],
+                              check=True, capture_output=True, text=True).stdout
+
+    @property
+    def copyright_file(self):
+        return pathlib.Path("/usr/share/doc") / self.package / "copyright"
+
+
+OF_COMMAND = [
+    Component("CLI11", "libcli11-dev", "BSD-3-Clause"),
+    Component("nlohmann-json", "nlohmann-json3-dev", "MIT"),
+]
+
+OF_WINDOWS = OF_COMMAND + [
+    Component("libstdc++", "g++-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1"),
+    Component("libgcc", "gcc-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1"),
+    Component("mingw-w64 run time", "mingw-w64-x86-64-dev", "ZPL-2.1"),
+    Component("winpthreads", "mingw-w64-x86-64-dev", "MIT AND BSD-3-Clause"),
+]
+
+OF_INSTALLER = OF_WINDOWS + [
+    Component("NSIS", "nsis", "Zlib AND CPL-1.0 WITH LZMA-exception"),
+]

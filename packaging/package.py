@@ -1,0 +1,71 @@
+#!/usr/bin/python3
+"""package.py --version VERSION --epoch SECONDS [--output FOLDER] [--builds FOLDER]: makes the
+packages of what is built; script/package builds and calls it. The same builds, version and epoch
+give the same bytes."""
+import argparse
+import hashlib
+import os
+import pathlib
+import shutil
+import sys
+
+sys.dont_write_bytecode = True
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.append(str(ROOT / "docs" / "generator"))
+
+import archive  # noqa: E402
+import components  # noqa: E402
+import debian_package  # noqa: E402
+import help_page  # noqa: E402
+import installer  # noqa: E402
+import sbom  # noqa: E402
+import signing  # noqa: E402
+import windows_tree  # noqa: E402
+
+
+def arguments():
+    parser = argparse.ArgumentParser(usage=__doc__)
+    parser.add_argument("--version", required=True)
+    parser.add_argument("--epoch", type=int, required=True)
+    parser.add_argument("--output", type=pathlib.Path, default=ROOT / "build" / "packages")
+    parser.add_argument("--builds", type=pathlib.Path, default=ROOT / "build")
+    return parser.parse_args()
+
+
+def main():
+    options = arguments()
+    version, epoch = options.version, options.epoch
+    output, builds = options.output.resolve(), options.builds.resolve()
+    os.umask(0o022)
+    os.environ["SOURCE_DATE_EPOCH"] = str(epoch)
+    certificate = signing.from_environment()
+    shutil.rmtree(output, ignore_errors=True)
+    output.mkdir(parents=True)
+    work = output / "work"
+
+    windows = work / "windows"
+    windows_tree.make(ROOT, builds / "win64", builds / "win32",
+                      help_page.page(ROOT, version), windows)
+    if certificate:
+        for pattern in windows_tree.SIGNED:
+            for path in sorted(windows.glob(pattern)):
+                certificate.sign(path)
+    zipped = output / f"PlexumLink-{version}-windows.zip"
+    setup = output / f"PlexumLink-{version}-setup.exe"
+    debian = output / f"plexum_{version}_amd64.deb"
+    archive.make(windows, epoch, zipped)
+    installer.make(windows, version, epoch, certificate, setup)
+    debian_package.make(ROOT, builds / "native", version, epoch, work / "debian", debian)
+    products = {setup: components.OF_INSTALLER, zipped: components.OF_WINDOWS,
+                debian: components.OF_COMMAND}
+    (output / f"Plexum-{version}.spdx.json").write_text(
+        sbom.document(products, version, epoch), encoding="utf-8")
+    shutil.rmtree(work)
+    files = sorted(output.iterdir())
+    (output / "SHA256SUMS").write_text("".join(
+        f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in files))
+    for path in [*files, output / "SHA256SUMS"]:
+        print(f"{path.stat().st_size:>10} {path.name}")
+
+
+main()
