@@ -119,7 +119,7 @@ class Screen final : public PollObserver {
 
  private:
   void paint(PollTime time, const std::string& trouble) {
-    constexpr std::size_t kLinesBeside = 4;  // title, what isn't shown, trouble, the cursor's
+    constexpr std::size_t kLinesBeside = 3;  // title, trouble, the cursor's
     const std::size_t height = std::max<std::size_t>(terminal_height(Stream::kOutput), 6);
     width_ = terminal_width(Stream::kOutput) - 1;
     if (lines_ > 0) std::cout << "\x1B[" << lines_ << "A\r";
@@ -128,7 +128,8 @@ class Screen final : public PollObserver {
              " polls, " + std::to_string(failures_) + " failed",
          "");
     const std::vector<Changes::Entry>& entries = changes_.entries();
-    const std::size_t shown = std::min(entries.size(), height - kLinesBeside);
+    const std::size_t room = height - kLinesBeside;
+    const std::size_t shown = entries.size() <= room ? entries.size() : room - 1;
     for (std::size_t i = 0; i < shown; ++i) {
       const Changes::Entry& entry = entries[i];
       std::string address = "  " + entry.address;

@@ -5,6 +5,11 @@ comes from:
                                requests among the lines, with their replies. A simulated PLC stands
                                ready, whose port is shown as 10102.
   <!-- run with OPTIONS -->    the same with a simulated PLC of these options
+  <!-- session -->             lines "$ plexum ..." with what a terminal shows after them, errors too;
+                               lines "$ export NAME=VALUE" hold for those that follow. One simulated
+                               PLC stands ready for all, whose port is shown as 10102. Written anew
+                               only when more than times and what changes with them has changed.
+  <!-- session with OPTIONS --> the same with a simulated PLC of these options
   <!-- output of COMMAND: A ... B -->   of that output the lines from the first that has A to the next
                                that has B
   <!-- standard error of COMMAND: A ... B -->   the same of its standard error, times as 0.000 s
@@ -12,6 +17,7 @@ comes from:
   <!-- from FILE: A ... B -->  its lines from the first that has A to the next that has B
   <!-- not run: REASON -->     as written; REASON tells how it is held, or that it isn't
 """
+import os
 import pathlib
 import re
 import shlex
@@ -107,6 +113,48 @@ def run_block(program, body, options):
     return "".join(line + "\n" for line in lines)
 
 
+# What differs from one run of a session to the next: moments, durations, ports, and of lines that
+# begin with a moment the values, and how often they come.
+MOMENT = r"\d{4}-\d\d-\d\d[T ][\d:.]+Z?(, \w+day)?"
+VARYING = ((MOMENT, "MOMENT"), (r"\d+\.\d+(?= (?:ms|s)\b|, (?:median|99 %|max))", "0"),
+           (r"(?<=99 % )\d+\.\d+", "0"), (r"127\.0\.0\.1:\d+", "PLC"))
+
+
+def lasting(text):
+    lines = []
+    for line in text.splitlines():
+        for pattern, name in VARYING:
+            line = re.sub(pattern, name, line)
+        if line.startswith("MOMENT"):
+            line = re.sub(r" -?[\d.]+$", " VALUE", line)
+            if line in lines:
+                continue
+        lines.append(line)
+    return lines
+
+
+def run_session(program, body, options):
+    lines = []
+    simulator = plc_session.Simulator(program, *options)
+    environment = dict(os.environ, NO_COLOR="1")
+    try:
+        for line in (line for line in body.splitlines() if line.startswith("$ ")):
+            lines.append(line)
+            command = shlex.split(line[2:].replace(plc_session.SHOWN_PORT, simulator.port))
+            if command[0] == "export":
+                environment.update(part.split("=", 1) for part in command[1:])
+                continue
+            assert command[0] == "plexum", line
+            done = subprocess.run([program, *command[1:]], stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                                  encoding="utf-8", env=environment)
+            lines += done.stdout.replace(simulator.port, plc_session.SHOWN_PORT).splitlines()
+    finally:
+        simulator.end()
+    made = "".join(line + "\n" for line in lines)
+    return body if lasting(made) == lasting(body) else made
+
+
 # Tables of errors come from the words that the command has for them.
 ERROR_TABLE = re.compile(r"(?P<comment><!-- (?P<path>\S+): (?P<table>\w+) -->\n)"
                          r"(?P<head>\|.*\n\|.*\n)(?:\|.*\n)*")
@@ -140,6 +188,8 @@ def renewed(root, program, path):
             body = output_excerpt(program, source[18:], "stderr")
         elif source == "run" or source.startswith("run with "):
             body = run_block(program, body, shlex.split(source)[2:])
+        elif source == "session" or source.startswith("session with "):
+            body = run_session(program, body, shlex.split(source)[2:])
         elif not source.startswith("not run: "):
             raise ValueError(f"{path}: a fence without its source: {body[:60]!r}")
         return f"{match['comment']}```{match['language']}\n{body}```"
