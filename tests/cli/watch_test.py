@@ -11,7 +11,7 @@ import signal
 import subprocess
 import tempfile
 
-from program import PATIENCE, PROGRAM, Simulator, Started, equal, main, one_line, run
+from program import (PATIENCE, PROGRAM, WINDOWS, Simulator, Started, equal, main, one_line, run)
 
 TIME = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z"
 STATISTICS = r"(\d+) polls, (\d+) failed; round trips: min [\d.]+, median [\d.]+, 99 % [\d.]+, .*\n"
@@ -174,4 +174,7 @@ def test_trace_is_on_standard_error():
         assert part in error, part
 
 
-main(globals())
+# The others need a terminal, signals, or gnuplot.
+UNDER_WINE = (test_a_line_a_change_and_a_row_a_poll, test_a_run_that_ends_in_an_outage_has_failed,
+              test_trace_is_on_standard_error)
+main({test.__name__: test for test in UNDER_WINE} if WINDOWS else globals())
