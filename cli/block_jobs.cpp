@@ -44,10 +44,6 @@ bool BlockList::has(std::uint16_t number) const {
   return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
 
-std::string BlockList::count_text() const {
-  return std::to_string(numbers.size()) + (may_be_cut ? ", may be incomplete" : "");
-}
-
 bool may_be_first_part(std::size_t count, unsigned pdu) {
   const auto fills = [](unsigned size) { return (size - kListOverhead) / kEntrySize; };
   return count >= fills(pdu) || std::any_of(std::begin(kUsualPdus), std::end(kUsualPdus),
@@ -111,19 +107,13 @@ std::string download_block(Session& session, const BlockImage& image) {
               [&](PlexumLink& link) { return link.pg_WriteBlock(image.bytes); });
   const BlockImage there = upload_block(session, image.name);
   if (there.bytes == image.bytes) return "verified by uploading it again";
-  if (there.code_size != image.code_size) {
+  const bool is_data = image.name.type == &block_type("DB");
+  if (there.code_size != image.code_size || (!is_data && there.code() != image.code())) {
     throw Failure(what + ": the PLC now holds another " + image.name.text() +
                   " than was downloaded");
   }
-  const std::string data_block = "DB";
-  if (image.name.type->name == data_block) {
-    return "it is there; its values or dates differ, as those of a program at work do";
-  }
-  if (there.code() != image.code()) {
-    throw Failure(what + ": the PLC now holds another " + image.name.text() +
-                  " than was downloaded");
-  }
-  return "verified by uploading it again (its code; dates or properties differ)";
+  return is_data ? "it is there; its values or dates differ, as those of a program at work do"
+                 : "verified by uploading it again: its code; dates or properties differ";
 }
 
 void delete_block(Session& session, const BlockName& name) {

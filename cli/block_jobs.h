@@ -18,8 +18,6 @@ struct BlockList {
   bool may_be_cut = false;
 
   [[nodiscard]] bool has(std::uint16_t number) const;
-  // "10", or "52, may be incomplete".
-  [[nodiscard]] std::string count_text() const;
 };
 
 // Whether a list of `count` entries may be the first part of a longer one, where the PLC is told to

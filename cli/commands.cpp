@@ -17,6 +17,7 @@ const std::vector<Group>& groups() {
       {"The PLC",
        {add_info_command, add_mode_command, add_lamps_command, add_clock_command,
         add_service_commands}},
+      {"Blocks", {add_blocks_command}},
       {"Without hardware", {add_simulator_command, add_demo_command}},
       {"For programs", {add_host_command}},
   };

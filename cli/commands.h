@@ -17,6 +17,7 @@ void add_mode_command(CLI::App& program);
 void add_lamps_command(CLI::App& program);
 void add_clock_command(CLI::App& program);
 void add_service_commands(CLI::App& program);  // start, stop, compress, ram-to-rom, erase
+void add_blocks_command(CLI::App& program);
 void add_demo_command(CLI::App& program);
 void add_host_command(CLI::App& program);
 void add_simulator_command(CLI::App& program);

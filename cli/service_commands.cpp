@@ -132,8 +132,10 @@ void add_service_commands(CLI::App& program) {
     const auto options = std::make_shared<ServiceOptions>();
     const std::string name = service.name;
     CLI::App& command = *program.add_subcommand(name, service.description);
-    command.footer(std::string(service.note) + "Examples:\n  plexum " + name +
-                   " --ip 192.0.2.10\n  plexum " + name + " --sim --yes");
+    std::string footer = service.note;
+    footer += "Examples:\n  plexum " + name + " --ip 192.0.2.10\n";
+    footer += "  plexum " + name + " --sim --yes";
+    command.footer(footer);
     add_yes_option(command, options->yes);
     if (service.act == start || service.act == stop) {
       command.add_option("--wait", options->wait, "Seconds for the CPU to change its mode")
