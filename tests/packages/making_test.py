@@ -1,0 +1,143 @@
+#!/usr/bin/env python3
+"""making_test.py PACKAGES OLDER_PACKAGES: makes the packages of what is built, twice in different
+circumstances, and finds the same bytes; holds the sums, the bill of materials, the versions, and
+that no file tells where it was built. PACKAGES is left for further tests, and OLDER_PACKAGES: those
+of an older version, signed with a certificate made for it."""
+import hashlib
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import zipfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+EPOCH = "1767225600"
+OLDER = "0.0.9"
+
+
+def demand(condition, what):
+    if not condition:
+        sys.exit(f"FAILED: {what}")
+
+
+def run(*command, **environment):
+    done = subprocess.run([str(word) for word in command], check=False, text=True,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, env={**os.environ, **environment})
+    demand(done.returncode == 0, f"{command} ended with {done.returncode}: {done.stdout}")
+    return done.stdout
+
+
+def make(output, version, builds, **environment):
+    run(ROOT / "packaging/package.py", "--version", version, "--epoch", EPOCH,
+        "--output", output, "--builds", builds, **environment)
+
+
+def test_same_bytes(packages, again):
+    names = sorted(path.name for path in packages.iterdir())
+    demand(names == sorted(path.name for path in again.iterdir()), f"the same files: {names}")
+    for name in names:
+        demand((packages / name).read_bytes() == (again / name).read_bytes(),
+               f"the same bytes of {name}")
+
+
+def test_sums(packages):
+    sums = dict(reversed(line.split("  ")) for line in
+                (packages / "SHA256SUMS").read_text().splitlines())
+    for path in packages.iterdir():
+        demand(path.name == "SHA256SUMS" or
+               sums.pop(path.name) == hashlib.sha256(path.read_bytes()).hexdigest(),
+               f"the sum of {path.name}")
+    demand(not sums, f"no sum of what isn't there: {sums}")
+
+
+def test_bill_of_materials(packages, version):
+    bill = json.loads((packages / f"Plexum-{version}.spdx.json").read_text())
+    inside = {package["SPDXID"]: package for package in bill["packages"]}
+    demand(len(inside) == len(bill["packages"]), "every package has a name of its own")
+    for relation in bill["relationships"]:
+        for end in ("spdxElementId", "relatedSpdxElement"):
+            demand(relation[end] in inside or relation[end] == bill["SPDXID"],
+                   f"{relation[end]} is in the bill")
+    names = {package["name"]: package["versionInfo"] for package in inside.values()}
+    demand(names["Plexum"] == version and all(names.values()), f"versions: {names}")
+    demand({"CLI11", "nlohmann-json", "libgcc", "libstdc++", "winpthreads"} <= names.keys(),
+           f"what is linked in: {names}")
+
+
+def unpacked(packages, version, folder):
+    """The programs in the packages."""
+    with zipfile.ZipFile(packages / f"PlexumLink-{version}-windows.zip") as archive:
+        archive.extractall(folder)
+    run("dpkg-deb", "-x", packages / f"plexum_{version}_amd64.deb", folder / "debian")
+    return [*folder.rglob("*.ocx"), *folder.rglob("plexum.exe"),
+            *folder.rglob("bin/plexum"), packages / f"PlexumLink-{version}-setup.exe"]
+
+
+def test_programs(packages, version, folder):
+    programs = unpacked(packages, version, folder)
+    demand(len(programs) == 5, f"five programs: {programs}")
+    for path in programs:
+        data = path.read_bytes()
+        demand(os.fsencode(ROOT) not in data, f"{path.name} doesn't tell where it was built")
+        if data.startswith(b"MZ"):
+            start = data.find("ProductVersion\0".encode("utf-16le"))
+            demand(start >= 0 and version.encode("utf-16le") in data[start:start + 60],
+                   f"{path.name} names its version in its resources")
+
+
+def older_builds(builds, version, folder):
+    """What is built, with another version in the controls' resources, which only tests read."""
+    (folder / "native").symlink_to(builds / "native")
+    for preset in ("win32", "win64"):
+        for name in ("PlexumLink.ocx", "PlexumLink.manifest", "plexum.exe",
+                     "activex/generated/plexum.tlb"):
+            target = folder / preset / name
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(builds / preset / name, target)
+        control = folder / preset / "PlexumLink.ocx"
+        control.write_bytes(control.read_bytes().replace(version.encode("utf-16le"),
+                                                         OLDER.encode("utf-16le")))
+
+
+def test_signed(packages, folder):
+    older_builds(ROOT / "build", project_version(), folder)
+    key, certificate = folder / "key.pem", folder / "certificate.pem"
+    run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "3650",
+        "-subj", "/CN=Plexum test", "-addext", "extendedKeyUsage=codeSigning",
+        "-keyout", key, "-out", certificate)
+    make(packages, OLDER, folder, PLEXUM_SIGN_CERTIFICATE=str(certificate),
+         PLEXUM_SIGN_KEY=str(key))
+    test_sums(packages)
+    (folder / "unpacked").mkdir()
+    for path in unpacked(packages, OLDER, folder / "unpacked"):
+        if path.suffix in (".ocx", ".exe"):
+            run("osslsigncode", "verify", "-CAfile", certificate, "-in", path)
+
+
+def project_version():
+    return run("bash", "-c", f". '{ROOT}/script/lib.sh'; project_version").strip()
+
+
+def main():
+    packages, older = (pathlib.Path(argument) for argument in sys.argv[1:])
+    version = project_version()
+    with tempfile.TemporaryDirectory() as folder:
+        work = pathlib.Path(folder)
+        make(packages, version, ROOT / "build")
+        make(work / "again", version, ROOT / "build", TZ="Asia/Tokyo", LC_ALL="C",
+             HOME=str(work), PYTHONHASHSEED="7")
+        test_same_bytes(packages, work / "again")
+        test_sums(packages)
+        test_bill_of_materials(packages, version)
+        (work / "unpacked").mkdir()
+        test_programs(packages, version, work / "unpacked")
+        (work / "older").mkdir()
+        test_signed(older, work / "older")
+    print("the same bytes twice; sums, bill, versions and signatures are right")
+
+
+main()

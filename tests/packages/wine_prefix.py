@@ -1,0 +1,82 @@
+"""A Wine prefix of its own, as the Windows that packages are installed on: programs in it, its
+registry, its files."""
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import time
+
+SYSTEM = {64: r"C:\windows\system32", 32: r"C:\windows\syswow64"}
+
+
+def demand(condition, what):
+    if not condition:
+        raise SystemExit(f"FAILED: {what}")
+
+
+class Prefix:
+    def __init__(self, wine, folder):
+        """A fresh one; wine is script/wine."""
+        self.wine, self.folder = wine, pathlib.Path(folder)
+        self.environment = {**os.environ, "PLEXUM_WINEPREFIX": str(folder)}
+        self.stop()
+        shutil.rmtree(folder, ignore_errors=True)
+
+    def stop(self):
+        if self.folder.exists():
+            self.run("--stop")
+
+    def start(self, *command, folder=None):
+        return subprocess.Popen([self.wine, *command], stdin=subprocess.DEVNULL, cwd=folder,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                env=self.environment)
+
+    def run(self, *command, folder=None):
+        """(exit code, output)"""
+        process = self.start(*command, folder=folder)
+        output = process.communicate()[0].decode("cp437").replace("\r\n", "\n")
+        return process.returncode, output
+
+    def demand(self, *command, folder=None):
+        """The output of a command that must end with 0."""
+        code, output = self.run(*command, folder=folder)
+        demand(code == 0, f"{command} ended with {code}: {output}")
+        return output
+
+    def path(self, windows):
+        """Of C:\\... in the file system around; its letters' case as it is written."""
+        return self.folder / "drive_c" / windows[3:].replace("\\", "/")
+
+    def value(self, key, bits, name=None):
+        """A text of the registry, or None."""
+        code, output = self.run("reg", "query", key, *(["/v", name] if name else ["/ve"]),
+                                f"/reg:{bits}")
+        lines = [line for line in output.splitlines() if "REG_SZ" in line]
+        return lines[0].split("REG_SZ", 1)[1].strip() if code == 0 and lines else None
+
+    def registry(self):
+        """Every line of what programs leave in the registry, with its key."""
+        found = set()
+        for root in (r"HKLM\Software", r"HKCU\Software", r"HKCU\Environment"):
+            with tempfile.NamedTemporaryFile(suffix=".reg") as file:
+                self.demand("reg", "export", root, "Z:" + file.name.replace("/", "\\"), "/y")
+                text = pathlib.Path(file.name).read_bytes().decode("utf-16")
+            key = ""
+            for line in text.splitlines():
+                key = line if line.startswith("[") else key
+                if r"\Windows NT\CurrentVersion\NetworkCards" not in key:  # Wine finds them later
+                    found.add((key, line))
+        return found
+
+    def files(self):
+        top = self.folder / "drive_c"
+        return {str(path.relative_to(top)) for path in top.rglob("*")}
+
+
+def wait_until(condition, what, seconds=60):
+    for _ in range(seconds * 10):
+        if condition():
+            return
+        time.sleep(0.1)
+    demand(False, f"{what}, within {seconds} s")
