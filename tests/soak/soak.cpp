@@ -188,6 +188,7 @@ class Soak {
     try {
       return (this->*job.run)();
     } catch (const RuntimeError& error) {
+      raised_ = true;
       const std::int32_t number = error.number();
       demand(
           number == kInvalidArgument || number == kSubscriptOutOfRange || number == kTcpWrongState,
