@@ -32,8 +32,8 @@ as_root() {
 # project_version: the version that CMakeLists.txt names for everything.
 project_version() { sed -n 's/^project(Plexum VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"; }
 
-# build_preset PRESET: configures and builds one of CMakePresets.json; when that fails it has said
-# so and returns 1.
+# build_preset PRESET [OPTION...]: configures and builds one of CMakePresets.json, with options of
+# cmake --build; when that fails it has said so and returns 1.
 build_preset() {
   if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
@@ -45,7 +45,7 @@ build_preset() {
       cat "build/configure-$1.log"
       fail "configuring $1"
     }
-    cmake --build --preset "$1" || fail "building $1"
+    cmake --build --preset "$@" || fail "building $1"
   ) || return 1
 }
 
