@@ -54,9 +54,23 @@ std::int64_t magnitude(std::string_view whole, std::string_view fraction, std::i
   return exponent - (behind - fraction.begin()) - 1;
 }
 
+// The number of a text of 1 to 15 digits and nothing else; -1 for any other text.
+double plain_number(std::string_view text) {
+  constexpr std::size_t kMostDigits = 15;
+  if (text.empty() || text.size() > kMostDigits) return -1;
+  std::int64_t number = 0;
+  for (const char c : text) {
+    if (!is_digit(c)) return -1;
+    number = number * 10 + (c - '0');
+  }
+  return static_cast<double>(number);
+}
+
 }  // namespace
 
 double number_from_text(std::string_view text, char separator) {
+  // The usual case, many times faster.
+  if (const double number = plain_number(text); number >= 0) return number;
   std::string_view rest = without_blanks(text);
   const bool negative = take(rest, '-');
   if (!negative) take(rest, '+');

@@ -218,7 +218,8 @@ void PosixTcpClient::try_addresses() {
     state_ = kTcpConnecting;
     stale_since_ = Clock::now();
     if (::connect(descriptor_.get(), address.get(), address.length) == 0) return connected();
-    if (errno == EINPROGRESS || errno == EINTR) return update_watch();
+    // A near peer has answered already: then there is nothing to wait for.
+    if (errno == EINPROGRESS || errno == EINTR) return look_at_connect();
   }
   descriptor_.reset();
   state_ = kTcpError;
@@ -231,6 +232,7 @@ void PosixTcpClient::look_at_connect() {
     connected();
   } else if (errno == EALREADY || errno == EINPROGRESS || errno == EINTR) {
     known_at_ = Clock::now();
+    update_watch();
   } else {
     drop_descriptor();
     try_addresses();
@@ -243,7 +245,7 @@ void PosixTcpClient::connected() {
     return try_addresses();
   }
   state_ = kTcpConnected;
-  stale_since_ = Clock::now();
+  known_at_ = Clock::now();
   update_watch();
 }
 
