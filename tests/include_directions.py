@@ -25,12 +25,13 @@ MAY_INCLUDE = {
     "activex": CORE + ["platform/windows"],
     "sim": SYSTEMS,
     "cli": CORE + PLATFORM + ["sim"],
+    "bench": CORE + PLATFORM + ["activex", "sim"],
 }
 
-# Headers of Debian's libraries are for the command line alone, the system's own for those that
+# Headers of Debian's libraries are for the command line and the benchmarks alone, the system's own for those that
 # have a system to deal with; the core gets by with the standard library.
-LIBRARIES = re.compile(r"(CLI|nlohmann|gtest|gmock|boost)/")
-LIBRARY_USERS = ["cli"]
+LIBRARIES = re.compile(r"(CLI|nlohmann|gtest|gmock|boost|benchmark)/")
+LIBRARY_USERS = ["bench", "cli"]
 STANDARD = re.compile(r"[a-z_]+$")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
@@ -89,9 +90,9 @@ def faults_of_links(path, folder, owners):
 def main():
     sources = [path for folder in MAY_INCLUDE for path in sorted((ROOT / folder).rglob("*"))
                if path.suffix in (".h", ".cpp")]
-    lists = sorted(path for top in ("src", "platform", "activex", "sim", "cli")
+    lists = sorted(path for top in ("src", "platform", "activex", "sim", "cli", "bench")
                    for path in (ROOT / top).rglob("CMakeLists.txt"))
-    strays = [path for top in ("src", "platform", "activex", "sim", "cli")
+    strays = [path for top in ("src", "platform", "activex", "sim", "cli", "bench")
               for path in sorted((ROOT / top).rglob("*"))
               if path.suffix in (".h", ".cpp") and folder_of(path) is None]
     owners = targets_by_folder(lists)

@@ -1,0 +1,45 @@
+#include "bench/floor.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace plexum::bench {
+
+void Floor::connect(std::uint16_t port) {
+  socket_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
+  const int on = 1;
+  ::setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(port);
+  if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw std::runtime_error("the floor's connection failed");
+  }
+}
+
+void Floor::close() {
+  if (const int socket = std::exchange(socket_, -1); socket >= 0) ::close(socket);
+}
+
+void Floor::play(const Exchange& exchange) {
+  std::array<char, 16384> answer;
+  const std::string& telegram = exchange.telegram;
+  if (::send(socket_, telegram.data(), telegram.size(), MSG_NOSIGNAL) !=
+      static_cast<ssize_t>(telegram.size())) {
+    throw std::runtime_error("the floor's send failed");
+  }
+  for (std::size_t received = 0; received < exchange.answer_size;) {
+    const ssize_t count = ::recv(socket_, answer.data(), answer.size(), 0);
+    if (count <= 0) throw std::runtime_error("the floor got no answer");
+    received += static_cast<std::size_t>(count);
+  }
+}
+
+}  // namespace plexum::bench

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+// The parts of the measurement; each prints one table.
+namespace plexum::bench {
+
+// Round trips of jobs, connecting, and long reads against the floor, with both processes anywhere
+// and on one processor. `pairs` of samples each.
+void measure_round_trips(int pairs);
+
+// Many controls in one process.
+void measure_scale();
+
+// What a connected control does while its host does nothing, in `seconds`.
+void measure_idle(int seconds);
+
+}  // namespace plexum::bench
