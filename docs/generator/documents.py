@@ -22,6 +22,7 @@ import pathlib
 import re
 import shlex
 import subprocess
+import tempfile
 
 import plc_session
 
@@ -137,6 +138,7 @@ def run_session(program, body, options):
     lines = []
     simulator = plc_session.Simulator(program, *options)
     environment = dict(os.environ, NO_COLOR="1")
+    folder = tempfile.TemporaryDirectory()  # for what the commands write
     try:
         for line in (line for line in body.splitlines() if line.startswith("$ ")):
             lines.append(line)
@@ -147,10 +149,12 @@ def run_session(program, body, options):
             assert command[0] == "plexum", line
             done = subprocess.run([program, *command[1:]], stdin=subprocess.DEVNULL,
                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                                  encoding="utf-8", env=environment)
+                                  encoding="utf-8", env=environment, cwd=folder.name)
+            assert done.returncode != 2, done.stdout  # what the program doesn't have
             lines += done.stdout.replace(simulator.port, plc_session.SHOWN_PORT).splitlines()
     finally:
         simulator.end()
+        folder.cleanup()
     made = "".join(line + "\n" for line in lines)
     return body if lasting(made) == lasting(body) else made
 
