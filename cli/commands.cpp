@@ -13,7 +13,9 @@ struct Group {
 
 const std::vector<Group>& groups() {
   static const std::vector<Group> all{
-      {"Data", {add_watch_command, add_plot_command, add_ping_command}},
+      {"Data",
+       {add_read_command, add_write_command, add_watch_command, add_plot_command,
+        add_ping_command}},
       {"The PLC",
        {add_info_command, add_mode_command, add_lamps_command, add_clock_command,
         add_service_commands}},
@@ -43,6 +45,7 @@ void add_commands(CLI::App& program) {
       "own --help.\n\n"
       "Examples:\n"
       "  plexum info --sim\n"
+      "  plexum read --ip 192.0.2.10 DB10.DBW4 M5.1\n"
       "  plexum ping --ip 192.0.2.10 --count 100\n"
       "  plexum stop --ip 192.0.2.10\n\n"
       "Exit status: 0 done; 1 the PLC, the connection or the system failed; 2 usage; 3 refused by\n"

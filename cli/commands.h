@@ -9,6 +9,8 @@ namespace plexum::cli {
 // an exit code, or std::system_error for what fails in the system (a port in use, a file that can't
 // be written).
 
+void add_read_command(CLI::App& program);
+void add_write_command(CLI::App& program);
 void add_watch_command(CLI::App& program);
 void add_plot_command(CLI::App& program);
 void add_ping_command(CLI::App& program);

@@ -25,6 +25,9 @@ class Failure : public std::runtime_error {
   ExitCode code_;
 };
 
+// Prints the line on standard error.
+void report(const Failure& failure);
+
 // What can't be done as it was asked for.
 inline Failure usage_error(const std::string& line) { return Failure(line, ExitCode::kUsage); }
 

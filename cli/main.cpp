@@ -14,9 +14,9 @@ using plexum::cli::Console;
 using plexum::cli::ExitCode;
 using plexum::cli::Failure;
 
-int ended(const std::string& line, ExitCode code) {
-  std::cerr << "plexum: " << line << '\n';
-  return static_cast<int>(code);
+int ended(const Failure& failure) {
+  plexum::cli::report(failure);
+  return static_cast<int>(failure.code());
 }
 
 int run(CLI::App& program, const Console& console) {
@@ -25,11 +25,11 @@ int run(CLI::App& program, const Console& console) {
   } catch (const CLI::Success& asked_for_help) {
     return program.exit(asked_for_help);
   } catch (const CLI::ParseError& error) {
-    return ended(error.what() + std::string("; see plexum --help"), ExitCode::kUsage);
+    return ended(plexum::cli::usage_error(error.what() + std::string("; see plexum --help")));
   } catch (const Failure& failure) {
-    return ended(failure.what(), failure.code());
+    return ended(failure);
   } catch (const std::exception& error) {
-    return ended(error.what(), ExitCode::kFailed);
+    return ended(Failure(error.what()));
   }
   return static_cast<int>(ExitCode::kDone);
 }
@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
   const int exit_code = run(program, console);
   std::cout.flush();
   if (exit_code == 0 && (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0)) {
-    return ended("standard output could not be written", ExitCode::kFailed);
+    return ended(Failure("standard output could not be written"));
   }
   return exit_code;
 }

@@ -50,7 +50,6 @@ constexpr Area kAreas[] = {
 constexpr unsigned kMostBytes = 65536;
 constexpr unsigned kMostNumbered = 2048;  // timers or counters
 constexpr unsigned kLongestString = 254;
-constexpr unsigned kStringHeader = 2;
 
 // The parts of an address that std::regex found.
 class Parts {

@@ -16,10 +16,13 @@ enum class PlcType : std::uint8_t {
   kDint,
   kReal,
   kChar,
-  kString,   // two bytes, maximum and present length, before its characters
+  kString,
   kS5Time,   // a timer: time base and three BCD digits
   kCounter,  // three BCD digits
 };
+
+// The bytes of a STRING before its characters: maximum and present length.
+inline constexpr unsigned kStringHeader = 2;
 
 // "INT", "S5TIME".
 const char* name_of(PlcType type);

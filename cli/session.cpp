@@ -145,7 +145,9 @@ Value Session::run(const std::string& what, Step step,
     throw failure(what, step == Step::kWrite ? Step::kService : step, err);
   }
   link().inuse = false;  // some members leave it set when they are done
-  if (link().err != 0) throw failure(what, step, link().err);
+  const std::int32_t err = link().err;
+  if (err == 4) disconnect();  // else the control would keep taking itself for connected
+  if (err != 0) throw failure(what, step, err);
   return result;
 }
 
