@@ -1,7 +1,6 @@
 """The installer for Windows: lists the files of the folder for windows/installer.nsi."""
 import os
 import pathlib
-import shlex
 import subprocess
 import tempfile
 
@@ -54,7 +53,7 @@ def make(tree, version, epoch, signing, target):
         defines = {"VERSION": version, "FILES": files, "OUTPUT": target,
                    "LICENCE": tree / "LICENSE.txt", "SIZE": (size + 1023) // 1024}
         if signing:
-            defines["SIGN"] = shlex.join(signing.command)
+            defines["SIGN"] = " ".join(f'"{word}"' for word in signing.command)
         subprocess.run(["makensis", "-V2", "-WX", "-INPUTCHARSET", "UTF8",
                         *(f"-D{name}={value}" for name, value in defines.items()), SCRIPT],
                        check=True, env={**os.environ, "SOURCE_DATE_EPOCH": str(epoch)})

@@ -6,6 +6,7 @@ afterwards the files and the registry are as they were."""
 import contextlib
 import pathlib
 import re
+import subprocess
 import sys
 import time
 import zipfile
@@ -143,6 +144,10 @@ class Test:
         program_files = r"C:\Program Files\PlexumLink"
         self.prefix.demand(str(self.older), "/S")
         self.expect_registered("HKLM", self.older_controls, program_files)
+        signature = subprocess.run(  # by nobody whom this system trusts: it ends with 1
+            ["osslsigncode", "verify", self.prefix.path(program_files + r"\uninstall.exe")],
+            capture_output=True, text=True, check=False).stdout
+        demand("CN=Plexum test" in signature, f"its uninstaller is signed: {signature}")
         self.step("installed the older version")
         with self.running_host(64):
             self.prefix.demand(str(self.setup), "/S")
