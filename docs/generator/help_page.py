@@ -5,7 +5,7 @@ import links
 
 ORDER = ("tour", "installing", "connecting", "careful-host", "reference", "errors",
          "troubleshooting", "not-checked", "security", "simulated-plc", "performance",
-         "windows-checklist")
+         "reliability", "windows-checklist")
 STYLE = """
 body { font: 16px/1.5 sans-serif; max-width: 60em; margin: 2em auto; padding: 0 1em; color: #222; }
 pre { background: #f4f4f4; padding: .7em; overflow-x: auto; font-size: 13px; line-height: 1.35; }
