@@ -22,6 +22,7 @@ const std::vector<Group>& groups() {
       {"Blocks", {add_blocks_command}},
       {"Without hardware", {add_simulator_command, add_demo_command}},
       {"For programs", {add_host_command}},
+      {"Help", {add_errors_command, add_self_commands}},
   };
   return all;
 }

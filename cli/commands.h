@@ -20,6 +20,8 @@ void add_lamps_command(CLI::App& program);
 void add_clock_command(CLI::App& program);
 void add_service_commands(CLI::App& program);  // start, stop, compress, ram-to-rom, erase
 void add_blocks_command(CLI::App& program);
+void add_errors_command(CLI::App& program);
+void add_self_commands(CLI::App& program);  // completion, manual
 void add_demo_command(CLI::App& program);
 void add_host_command(CLI::App& program);
 void add_simulator_command(CLI::App& program);

@@ -98,6 +98,10 @@ void run_demo(const std::string& capture_path) {
 void add_demo_command(CLI::App& program) {
   const auto capture_path = std::make_shared<std::string>();
   CLI::App& command = *program.add_subcommand("demo", "A tour: reads a simulated PLC");
+  command.footer(
+      "Examples:\n"
+      "  plexum demo\n"
+      "  plexum demo --pcap demo.pcap");
   add_capture_option(command, *capture_path);
   command.callback([capture_path] { run_demo(*capture_path); });
 }

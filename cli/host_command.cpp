@@ -28,6 +28,10 @@ std::string requests_and_members() {
   {"get":NAME}                   reads a property or state variable
   {"set":NAME,"value":V}         sets it
 
+Examples:
+  plexum host
+  plexum host --pcap telegrams.pcap < requests.txt
+
 Members:
 )" + members_as_text(kColumns);
 }
