@@ -158,65 +158,18 @@ TEST_F(WholeStack, AProtectedPlcRefusesItsServices) {
   EXPECT_EQ(local.link.ag_ReadB("1", "4", "0", "C", "D"), Value(std::string("\0\1\2\3", 4)));
 }
 
-TEST_F(WholeStack, FaultsOfAService) {
-  struct Case {
-    const char *fault, *erase, *others;
-  };
-  const Case cases[] = {
-      {"late=30", "true, err 0, s7init", "true, err 0, s7init"},
-      {"pieces=1:1", "true, err 0, s7init", "true, err 0, s7init"},
-      {"then-reset", "true, err 0, s7init", "true, err 0, s7init"},
-      {"silence", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init"},
-      {"length=18", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init"},
-      {"length=19", "false, err 1", "false, err 3"},
-      {"length=32", "false, err 1", "true, err 0, s7init"},
-      {"close", "false, err 3", "false, err 3"},
-      {"reset", "false, err 3", "false, err 3"},
-      {"error=D209", "true, err 0, s7init", "false, err 2109"},
-      {"error=8104", "true, err 0, s7init", "false, err 1294"},
-  };
-  LocalLink local;
-  for (const Service& service : services()) {
-    const bool erase = std::string(service.name) == "pg_plcErase";
-    for (const Case& c : cases) {
-      SCOPED_TRACE(std::string(service.name) + " " + c.fault);
-      const std::string expected = erase ? c.erase : c.others;
-      plc.access([](sim::Plc& inside) { inside.memory.create_data_block(1, 10); });
-      ASSERT_TRUE(connect_to_fault(local.link, c.fault, expected.starts_with("true")));
-      EXPECT_EQ(outcome_of(local.link, [&] { return service.call(local.link); }), expected);
-    }
-  }
-}
-
-TEST_F(WholeStack, FaultsOfAStateList) {
-  struct Case {
-    const char *fault, *mode, *lamps, *box;
-  };
-  const Case cases[] = {
-      {"late=30", "8 elements, err 0, s7init", "40 elements, err 0, s7init", "69"},
-      // Only what has come when 35 bytes are there is taken.
-      {"length=35", "error 9, err 0, s7init", "6 elements, err 0, s7init", "35"},
-      {"error=D401", "error 9, err 1", "error 9, err 1", "0"},
-      {"length=34", "error 9, err 1", "error 9, err 1", "0"},
-      {"length=18", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init", ""},
-      {"silence", "error 5, err 0, inuse, s7init", "error 5, err 0, inuse, s7init", ""},
-      {"close", "error 9, err 3", "error 9, err 3", "0"},
-      {"reset", "error 9, err 3", "error 9, err 3", "0"},
-  };
+// Only what has come when 35 bytes are there is taken.
+TEST_F(WholeStack, AStateListThatComesInPiecesIsCut) {
   LocalLink local;
   std::string box;
   local.environment.on_message_box = [&](const std::string& text) { box += text; };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.fault);
-    const bool answered = std::string(c.lamps).find("elements") != std::string::npos;
-    ASSERT_TRUE(connect_to_fault(local.link, c.fault, answered));
-    EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_plcRunMode(); }), c.mode);
-    EXPECT_EQ(box, "");
-    ASSERT_TRUE(connect_to_fault(local.link, c.fault, answered));
-    EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_SZL(); }), c.lamps);
-    EXPECT_EQ(box, c.box);
-    box.clear();
-  }
+  ASSERT_TRUE(connect_anew(local.link));
+  plc.add_fault("length=35");
+  EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_plcRunMode(); }),
+            "error 9, err 0, s7init");
+  EXPECT_EQ(outcome_of(local.link, [&] { return local.link.pg_SZL(); }),
+            "6 elements, err 0, s7init");
+  EXPECT_EQ(box, "35");
 }
 
 }  // namespace

@@ -372,36 +372,6 @@ TEST_F(WholeStack, ByteStringsBeyondThePduAreThePlcsToRefuse) {
   }
 }
 
-TEST_F(WholeStack, FaultsOfAWrite) {
-  struct Case {
-    const char *fault, *bit, *others;
-  };
-  const Case cases[] = {
-      {"late=30", "true, err 0, s7init", "true, err 0, s7init"},
-      {"pieces=1:1", "true, err 0, s7init", "true, err 0, s7init"},
-      {"double", "true, err 0, s7init", "true, err 0, s7init"},
-      {"then-close", "true, err 0, s7init", "true, err 0, s7init"},
-      {"silence", "error 5, err 3", "error 5, err 0, inuse, s7init"},
-      {"length=18", "error 5, err 3", "error 5, err 0, inuse, s7init"},
-      {"length=21", "error 5, err 3", "error 5, err 3"},
-      {"close", "error 5, err 3", "error 5, err 3"},
-      {"reset", "error 5, err 3", "error 5, err 3"},
-      {"error=8104", "error 5, err 3", "error 5, err 1294"},
-      {"error=8500", "error 5, err 3", "error 5, err 1330"},
-      {"error=D209", "error 5, err 3", "error 5, err 2109"},
-  };
-  LocalLink local;
-  for (const Write& write : writes()) {
-    for (const Case& c : cases) {
-      SCOPED_TRACE(std::string(write.name) + " " + c.fault);
-      const std::string expected = std::string(write.name) == "ag_WriteX" ? c.bit : c.others;
-      ASSERT_TRUE(connect_to_fault(local.link, c.fault, expected.starts_with("true")));
-      EXPECT_EQ(outcome_of(local.link, [&] { return write.call(local.link, "1", "8", "D"); }),
-                expected);
-    }
-  }
-}
-
 // The request is a byte shorter than it says, and the PLC waits for that byte.
 TEST_F(WholeStack, WritesToAnUnknownAreaStayUnanswered) {
   LocalLink local;

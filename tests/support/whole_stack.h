@@ -42,14 +42,6 @@ class WholeStack : public testing::Test {
     return link.ag_ini("127.0.0.1", std::to_string(plc.port()), "1.0", "3.2");
   }
   bool connect_anew(PlexumLink& link) { return test::connect_anew(link, plc); }
-
-  // The same, with a fault for the jobs to come.
-  bool connect_to_fault(PlexumLink& link, const std::string& fault, bool ends_well) {
-    if (!connect_anew(link)) return false;
-    if (!fault.empty()) plc.add_fault(fault);
-    if (!ends_well) link.Tzeit(fault == "silence" ? kShortest : kShort);
-    return true;
-  }
 };
 
 // What a job came to, as its host sees it, and the state that it left: "4 bytes, err 0, s7init".
@@ -65,6 +57,8 @@ std::string outcome_of(PlexumLink& link, Job job) {
       result = std::to_string(bytes->size()) + " bytes";
     } else if (const auto* array = std::get_if<VariantArray>(&value)) {
       result = std::to_string(array->elements.size()) + " elements";
+    } else if (const auto* numbers = std::get_if<DoubleArray>(&value)) {
+      result = std::to_string(numbers->elements.size()) + " elements";
     } else {
       result = value.is_empty() ? "empty" : "another type";
     }
