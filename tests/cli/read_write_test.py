@@ -114,4 +114,5 @@ def test_a_plc_that_refuses_or_is_gone():
     one_line(error, "connecting to 127.0.0.1")
 
 
-main(globals())
+# Wine's terminals are not this system's.
+main(globals(), not_under_wine=[test_outputs_ask_on_a_terminal])

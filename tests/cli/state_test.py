@@ -4,7 +4,7 @@
 import datetime
 import json
 
-from program import WINDOWS, Simulator, equal, main, one_line, run, run_on_terminal
+from program import Simulator, equal, main, one_line, run, run_on_terminal
 
 
 def test_state():
@@ -93,7 +93,5 @@ def test_confirmations():
             one_line(error, "not done", "--yes")
 
 
-tests = dict(globals())
-if WINDOWS:
-    del tests["test_confirmations"]  # Wine's terminals are not this system's
-main(tests)
+# Wine's terminals are not this system's.
+main(globals(), not_under_wine=[test_confirmations])
