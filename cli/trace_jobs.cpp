@@ -56,13 +56,13 @@ std::string area_note(std::uint32_t area, std::uint32_t block) {
 
 // Where an item lies, as an ANY pointer is written: P#DB10.DBX4.0 BYTE 4.
 bool note_item(std::uint32_t position, ByteCursor& in, TraceNotes& notes) {
-  constexpr std::uint32_t kSpecification = 0x12;
+  constexpr std::uint32_t kVarSpec = 0x12;
   constexpr std::uint32_t kAnySyntax = 0x10;
   const std::string name = "item " + std::to_string(position) + ": ";
-  const std::uint32_t specification = in.u8();
+  const std::uint32_t item_kind = in.u8();
   ByteCursor item(in.take(in.u8()));
   const std::uint32_t syntax = item.u8();
-  if (in.ok() && item.ok() && (specification != kSpecification || syntax != kAnySyntax)) {
+  if (in.ok() && item.ok() && (item_kind != kVarSpec || syntax != kAnySyntax)) {
     notes.add("", name + "an address of syntax " + hexadecimal(syntax, 2));
     return true;
   }
