@@ -12,12 +12,22 @@ wine, cscript, plexum, examples, cpp_example = sys.argv[1:]
 EXPECTED = pathlib.Path(__file__).parent / "examples"
 
 
-def demand(command, port, code, expected):
-    done = subprocess.run([wine, *command, "127.0.0.1", port], text=True, cwd=examples,
+def run(command, port):
+    return subprocess.run([wine, *command, "127.0.0.1", port], text=True, cwd=examples,
                           capture_output=True, stdin=subprocess.DEVNULL, check=False)
+
+
+def demand(command, port, code, expected):
+    done = run(command, port)
+    if done.returncode == 1 and not done.stdout:
+        # Seen once on a busy machine and not since: the script's first call failed under Wine, which
+        # tells no more. A control that fails again is at fault.
+        print(f"{command} ended without a word: {done.stderr}; once more")
+        done = run(command, port)
     lines = [line.rstrip() for line in done.stdout.splitlines()]
     if done.returncode != code or lines != expected.splitlines():
-        sys.exit(f"FAILED: {command} ended with {done.returncode} and printed\n{done.stdout}")
+        sys.exit(f"FAILED: {command} ended with {done.returncode} and printed\n{done.stdout}\n"
+                 f"{done.stderr}")
 
 
 def script(path):
