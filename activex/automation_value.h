@@ -4,7 +4,7 @@
 #include <string>
 
 #include "activex/com_headers.h"
-#include "control/value.h"
+#include "base/value.h"
 
 namespace plexum::activex {
 

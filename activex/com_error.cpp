@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "activex/type_library.h"
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "platform/windows/bstr.h"
 #include "platform/windows/code_page.h"
 #include "platform/windows/host_environment.h"

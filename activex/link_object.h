@@ -10,8 +10,8 @@
 #include "activex/link_environment.h"
 #include "activex/member_call.h"
 #include "activex/module.h"
+#include "base/tcp_client.h"
 #include "control/plexum_link.h"
-#include "control/tcp_client.h"
 
 namespace plexum::activex {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "activex/com_headers.h"
-#include "control/property_bag.h"
+#include "base/property_bag.h"
 
 namespace plexum::activex {
 

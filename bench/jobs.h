@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/host_environment.h"
+#include "base/tcp_client.h"
 #include "bench/floor.h"
-#include "control/host_environment.h"
 #include "control/plexum_link.h"
-#include "control/tcp_client.h"
 
 namespace plexum::bench {
 

@@ -4,9 +4,9 @@
 #include <iostream>
 #include <string>
 
-#include "cli/commands.h"
-#include "cli/console.h"
-#include "cli/failure.h"
+#include "cli/commands/commands.h"
+#include "cli/system/console.h"
+#include "cli/text/failure.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "cli/host_session.h"
+#include "cli/host/host_session.h"
 #include "fuzz/world.h"
 
 namespace plexum::fuzz {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <vector>
 
-#include "cli/members.h"
+#include "cli/host/members.h"
 #include "fuzz/world.h"
 
 namespace plexum::fuzz {

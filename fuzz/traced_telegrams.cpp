@@ -1,6 +1,6 @@
 // Any bytes to the words of --trace. What they say can be shown on every terminal.
 
-#include "cli/trace.h"
+#include "cli/watching/trace.h"
 #include "fuzz/input.h"
 
 namespace plexum::fuzz {

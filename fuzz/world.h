@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "base/runtime_error.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "fuzz/input.h"
 #include "platform/portable/decimal_text.h"
 #include "sim/session.h"

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <system_error>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 
 namespace plexum::portable {
 namespace {

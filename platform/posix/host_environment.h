@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "control/host_environment.h"
+#include "base/host_environment.h"
 #include "platform/posix/event_loop.h"
 
 namespace plexum::posix {

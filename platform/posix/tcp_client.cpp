@@ -12,7 +12,7 @@
 #include <cstring>
 #include <utility>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 
 namespace plexum::posix {
 namespace {

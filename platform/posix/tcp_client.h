@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include "control/tcp_client.h"
+#include "base/tcp_client.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/event_loop.h"
 #include "platform/posix/resolver.h"

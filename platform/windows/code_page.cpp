@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 
 namespace plexum::windows {
 namespace {

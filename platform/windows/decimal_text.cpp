@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "platform/windows/bstr.h"
 #include "platform/windows/code_page.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "control/host_environment.h"
+#include "base/host_environment.h"
 #include "platform/windows/windows_headers.h"
 
 namespace plexum::windows {

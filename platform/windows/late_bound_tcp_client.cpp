@@ -3,7 +3,7 @@
 #include <array>
 #include <utility>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "platform/windows/bstr.h"
 #include "platform/windows/code_page.h"
 #include "platform/windows/tcp_client.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "control/tcp_client.h"
+#include "base/tcp_client.h"
 #include "platform/windows/windows_headers.h"
 
 namespace plexum::windows {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "platform/windows/code_page.h"
 
 namespace plexum::windows {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "control/tcp_client.h"
+#include "base/tcp_client.h"
 #include "platform/windows/message_window.h"
 #include "platform/windows/name_resolution.h"
 #include "platform/windows/winsock.h"

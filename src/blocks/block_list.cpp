@@ -1,9 +1,9 @@
 // The list of the PLC's blocks of one type (userdata, block functions, list blocks of type). Only
 // the first part of a long list is asked for.
 
-#include "control/integers.h"
+#include "base/integers.h"
+#include "base/runtime_error.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "convert/byte_strings.h"
 #include "protocol/block_type.h"
 #include "protocol/telegram.h"

@@ -1,9 +1,9 @@
 // The PLC's clock (userdata, time functions). Date and time travel as BCD bytes, and so as the
 // hexadecimal digits of texts. Neither member sees an error in the PLC's answer.
 
+#include "base/runtime_error.h"
 #include "blocks/texts.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "convert/byte_strings.h"
 #include "protocol/telegram.h"
 

@@ -2,7 +2,7 @@
 // upload (1F). The PLC's refusals are short answers, so they show as time-outs whose err is the
 // PLC's error.
 
-#include "control/integers.h"
+#include "base/integers.h"
 #include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/block_type.h"

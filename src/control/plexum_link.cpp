@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "control/integers.h"
-#include "control/runtime_error.h"
+#include "base/integers.h"
+#include "base/runtime_error.h"
 
 namespace plexum {
 namespace {

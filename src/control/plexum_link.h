@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "control/host_environment.h"
-#include "control/property_bag.h"
-#include "control/tcp_client.h"
-#include "control/value.h"
+#include "base/host_environment.h"
+#include "base/property_bag.h"
+#include "base/tcp_client.h"
+#include "base/value.h"
 
 namespace plexum {
 

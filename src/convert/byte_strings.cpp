@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "control/integers.h"
+#include "base/integers.h"
+#include "base/runtime_error.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "convert/repeated_subtraction.h"
 
 namespace plexum {

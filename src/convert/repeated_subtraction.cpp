@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 
 namespace plexum {
 namespace {

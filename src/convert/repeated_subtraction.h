@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "control/host_environment.h"
+#include "base/host_environment.h"
 
 namespace plexum {
 

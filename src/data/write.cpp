@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "control/integers.h"
+#include "base/integers.h"
 #include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "convert/repeated_subtraction.h"

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "base/runtime_error.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "convert/byte_strings.h"
 #include "protocol/telegram.h"
 

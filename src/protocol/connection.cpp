@@ -3,9 +3,9 @@
 
 #include <cmath>
 
-#include "control/integers.h"
+#include "base/integers.h"
+#include "base/runtime_error.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "convert/byte_strings.h"
 #include "protocol/telegram.h"
 

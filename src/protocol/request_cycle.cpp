@@ -1,7 +1,7 @@
 // The pieces that every job composes its request cycle of: connect, guard, send, wait, take, and
 // the ending of a time-out. Each job keeps its own telegram, texts, limits and departures.
 
-#include "control/integers.h"
+#include "base/integers.h"
 #include "control/plexum_link.h"
 #include "protocol/telegram.h"
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "protocol/block_type.h"
 #include "support/hex.h"
 

@@ -1,4 +1,4 @@
-#include "cli/capture.h"
+#include "cli/watching/capture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
-#include "cli/host_session.h"
+#include "cli/host/host_session.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
-#include "cli/local_link.h"
+#include "cli/link/local_link.h"
 #include "sim/simulated_plc.h"
 
 namespace plexum::cli {

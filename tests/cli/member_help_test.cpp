@@ -1,8 +1,8 @@
-#include "cli/member_help.h"
+#include "cli/help/member_help.h"
 
 #include <gtest/gtest.h>
 
-#include "cli/members.h"
+#include "cli/host/members.h"
 
 namespace plexum::cli {
 namespace {

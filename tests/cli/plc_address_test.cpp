@@ -1,8 +1,8 @@
-#include "cli/plc_address.h"
+#include "cli/plc/plc_address.h"
 
 #include <gtest/gtest.h>
 
-#include "cli/failure.h"
+#include "cli/text/failure.h"
 
 namespace plexum::cli {
 namespace {

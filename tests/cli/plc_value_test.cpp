@@ -1,10 +1,10 @@
-#include "cli/plc_value.h"
+#include "cli/plc/plc_value.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
-#include "cli/failure.h"
+#include "cli/text/failure.h"
 #include "support/hex.h"
 
 namespace plexum::cli {

@@ -1,6 +1,6 @@
 // What --trace shows: every kind of telegram by name, and no more than there is in anything else.
 
-#include "cli/trace.h"
+#include "cli/watching/trace.h"
 
 #include <sstream>
 

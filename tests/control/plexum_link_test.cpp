@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "support/fake_environment.h"
 #include "support/scripted_tcp_client.h"
 

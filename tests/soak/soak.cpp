@@ -15,10 +15,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include "cli/command_environment.h"
-#include "cli/local_platform.h"
+#include "base/runtime_error.h"
+#include "cli/link/command_environment.h"
+#include "cli/link/local_platform.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "sim/simulated_plc.h"
 #include "tests/support/block_images.h"
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "control/host_environment.h"
-#include "control/runtime_error.h"
+#include "base/host_environment.h"
+#include "base/runtime_error.h"
 
 namespace plexum::test {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "base/runtime_error.h"
 #include "control/plexum_link.h"
-#include "control/runtime_error.h"
 #include "support/fake_environment.h"
 #include "support/hex.h"
 #include "support/scripted_tcp_client.h"

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "control/runtime_error.h"
-#include "control/tcp_client.h"
+#include "base/runtime_error.h"
+#include "base/tcp_client.h"
 
 namespace plexum::test {
 

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "control/runtime_error.h"
-#include "control/tcp_client.h"
+#include "base/runtime_error.h"
+#include "base/tcp_client.h"
 #include "support/tcp_peer.h"
 
 namespace plexum::test {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "cli/local_link.h"
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
+#include "cli/link/local_link.h"
 #include "sim/simulated_plc.h"
 #include "support/capture_path.h"
 

@@ -11,7 +11,7 @@
 #include <random>
 #include <string>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 
 namespace plexum::portable {
 namespace {

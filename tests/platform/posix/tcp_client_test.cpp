@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "platform/posix/fixtures.h"
 #include "support/tcp_client_contract.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 
 namespace plexum::windows {
 namespace {

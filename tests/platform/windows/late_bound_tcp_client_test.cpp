@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "control/runtime_error.h"
+#include "base/runtime_error.h"
 #include "platform/windows/tcp_client.h"
 #include "support/winsock_stand_in.h"
 

@@ -1,0 +1,96 @@
+#include "cli/blocks/block.h"
+
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+
+#include "cli/plc/plc_clock.h"
+#include "cli/text/failure.h"
+
+namespace plexum::cli {
+namespace {
+
+constexpr BlockType kTypes[] = {
+    {"OB", 0x08, false},  {"FB", 0x0E, false}, {"FC", 0x0C, false}, {"DB", 0x0A, false},
+    {"SDB", 0x0B, false}, {"SFB", 0x0F, true}, {"SFC", 0x0D, true},
+};
+
+// Where the header of an image has what is read of it; numbers are big-endian.
+constexpr std::size_t kMagic = 0;  // "pp"
+constexpr std::size_t kType = 5;
+constexpr std::size_t kNumber = 6;     // 2 bytes
+constexpr std::size_t kImageSize = 8;  // 4
+constexpr std::size_t kCodeDate = 16;  // ms of the day (4), days since 1984 (2)
+constexpr std::size_t kInterfaceDate = 22;
+constexpr std::size_t kCodeSize = 34;  // 2
+
+// A download announces the length in six digits.
+constexpr std::size_t kLargestImage = 999'999;
+
+std::uint32_t number_at(const std::string& bytes, std::size_t index, std::size_t size) {
+  std::uint32_t number = 0;
+  for (std::size_t i = index; i < index + size; ++i) {
+    number = number << 8 | static_cast<unsigned char>(bytes[i]);
+  }
+  return number;
+}
+
+std::string date_at(const std::string& bytes, std::size_t index) {
+  using namespace std::chrono_literals;
+  constexpr std::chrono::sys_days kFirstDay{1984y / 1 / 1};
+  return iso_text(kFirstDay + std::chrono::days(number_at(bytes, index + 4, 2)) +
+                  std::chrono::milliseconds(number_at(bytes, index, 4)));
+}
+
+}  // namespace
+
+std::span<const BlockType> block_types() { return kTypes; }
+
+const BlockType& block_type(const std::string& name) {
+  std::string upper = name;
+  std::transform(upper.begin(), upper.end(), upper.begin(), [](char letter) {
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+  });
+  const auto* const found = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                         [&](const BlockType& type) { return upper == type.name; });
+  if (found == std::end(kTypes)) {
+    throw usage_error("\"" + name + "\" is no block type; there are OB, FB, FC, DB, SDB, SFC, SFB");
+  }
+  return *found;
+}
+
+std::string BlockName::text() const { return type->name + std::to_string(number); }
+
+std::string BlockName::digits() const {
+  constexpr std::size_t kDigits = 5;
+  const std::string text = std::to_string(number);
+  return std::string(kDigits - text.size(), '0') + text;
+}
+
+BlockImage parse_block_image(const std::string& what, std::string bytes) {
+  if (bytes.size() < BlockImage::kHeaderSize || number_at(bytes, kMagic, 2) != 0x7070) {
+    throw Failure(what + ": it is no block image (it has no block header)");
+  }
+  const std::uint32_t code = number_at(bytes, kType, 1);
+  const auto* const type = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                        [&](const BlockType& known) { return known.code == code; });
+  if (type == std::end(kTypes)) {
+    throw Failure(what + ": the block's header names no type of blocks");
+  }
+  BlockImage image;
+  image.name = {type, static_cast<std::uint16_t>(number_at(bytes, kNumber, 2))};
+  image.code_size = number_at(bytes, kCodeSize, 2);
+  const std::uint32_t size = number_at(bytes, kImageSize, 4);
+  if (size != bytes.size() || size > kLargestImage ||
+      image.code_size + BlockImage::kHeaderSize > size) {
+    throw Failure(what + ": the block's header tells of " + std::to_string(size) +
+                  " bytes, with a code section of " + std::to_string(image.code_size) +
+                  ", but there are " + std::to_string(bytes.size()));
+  }
+  image.code_date = date_at(bytes, kCodeDate);
+  image.interface_date = date_at(bytes, kInterfaceDate);
+  image.bytes = std::move(bytes);
+  return image;
+}
+
+}  // namespace plexum::cli

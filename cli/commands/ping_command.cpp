@@ -1,0 +1,63 @@
+#include <chrono>
+#include <iostream>
+#include <memory>
+
+#include "cli/commands/commands.h"
+#include "cli/link/session.h"
+#include "cli/plc/round_trips.h"
+#include "cli/system/interrupt.h"
+
+namespace plexum::cli {
+namespace {
+
+struct PingOptions {
+  ConnectionOptions connection;
+  unsigned count = 10;
+  unsigned bytes = 2;
+  unsigned block = 0;  // 0: flags
+  unsigned interval = 0;
+};
+
+void ping(const PingOptions& options) {
+  Session session(options.connection);
+  const InterruptScope interrupt;
+  session.connect();
+  const MemoryRange range{options.block == 0 ? "M" : "D", options.block, 0, options.bytes};
+  std::cerr << "reading " << described(range) << " of " << session.plc_name() << ", "
+            << options.count << " times\n";
+  RoundTrips times;
+  const auto interrupted = [&] { return interrupt.interrupted(); };
+  for (unsigned i = 0; i < options.count && !interrupted(); ++i) {
+    if (i > 0) session.idle(std::chrono::milliseconds(options.interval), interrupted);
+    const auto start = std::chrono::steady_clock::now();
+    session.read(range);
+    times.add(std::chrono::steady_clock::now() - start);
+  }
+  std::cout << times.count() << " reads of " << range.size << " bytes: " << times.summary() << '\n';
+}
+
+}  // namespace
+
+void add_ping_command(CLI::App& program) {
+  const auto options = std::make_shared<PingOptions>();
+  CLI::App& command = *program.add_subcommand("ping", "Measures the round trips of small reads");
+  command.footer(
+      "Examples:\n"
+      "  plexum ping --sim\n"
+      "  plexum ping --ip 192.0.2.10 --count 1000 --db 10 --bytes 200");
+  command.add_option("--count", options->count, "How many reads")
+      ->check(CLI::Range(1u, 1000000u))
+      ->capture_default_str();
+  command.add_option("--bytes", options->bytes, "Bytes a read")
+      ->check(CLI::Range(1u, 65535u))
+      ->capture_default_str();
+  command.add_option("--db", options->block, "Data block to read; without it the flags are")
+      ->check(CLI::Range(1u, 65535u));
+  command.add_option("--interval", options->interval, "Milliseconds between two reads")
+      ->check(CLI::Range(0u, 3600000u))
+      ->capture_default_str();
+  add_connection_options(command, options->connection);
+  command.callback([options] { ping(*options); });
+}
+
+}  // namespace plexum::cli

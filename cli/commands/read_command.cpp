@@ -1,0 +1,156 @@
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/commands/commands.h"
+#include "cli/plc/plc_access.h"
+#include "cli/plc/plc_value.h"
+#include "cli/text/bytes_as_text.h"
+
+namespace plexum::cli {
+namespace {
+
+struct ReadOptions {
+  ConnectionOptions connection;
+  std::vector<std::string> addresses;
+  bool json = false;
+  bool hex = false;
+  bool value = false;
+};
+
+// Lines of 16 bytes, each with the number of its first byte and its printable characters.
+void print_dump(const PlcAddress& address, std::size_t width, const std::string& bytes) {
+  constexpr std::size_t kLine = 16;
+  for (std::size_t i = 0; i < bytes.size(); i += kLine) {
+    const std::string line = bytes.substr(i, kLine);
+    std::string characters;
+    for (const char c : line) characters += c >= ' ' && c <= '~' ? c : '.';
+    std::cout << std::left << std::setw(static_cast<int>(width)) << (i == 0 ? address.text : "")
+              << std::right << std::setw(7) << address.range.start + i << "  " << std::left
+              << std::setw(3 * kLine) << hex_dump(line) << ' ' << characters << '\n';
+  }
+}
+
+// Takes what is read of each address, and prints it in the form that was asked for.
+class Output {
+ public:
+  Output(const ReadOptions& options, const std::vector<PlcAddress>& addresses) : options_(options) {
+    for (const PlcAddress& address : addresses) width_ = std::max(width_, address.text.size());
+  }
+
+  void add(const PlcAddress& address, const std::string& bytes) {
+    if (options_.hex) {
+      print_dump(address, width_, bytes);
+      return;
+    }
+    const std::vector<PlcValue> values = values_of(address, bytes);
+    if (options_.json) {
+      std::string raw = hex_dump(bytes);
+      raw.erase(std::remove(raw.begin(), raw.end(), ' '), raw.end());
+      objects_.push_back({{"address", address.text},
+                          {"type", name_of(address.type)},
+                          {"value", json_of(address, values)},
+                          {"raw", raw}});
+      return;
+    }
+    if (!options_.value) {
+      std::cout << std::left << std::setw(static_cast<int>(width_)) << address.text << "  ";
+    }
+    std::cout << text_of(address, values) << '\n';
+  }
+
+  void add_failure(const PlcAddress& address, const std::string& line) {
+    if (options_.json) objects_.push_back({{"address", address.text}, {"error", line}});
+  }
+
+  // JSON is complete only now: an array with one object a line.
+  void end() const {
+    if (!options_.json) return;
+    std::string text = "[";
+    for (const nlohmann::ordered_json& object : objects_) {
+      text += (text.size() == 1 ? "\n" : ",\n") + object.dump();
+    }
+    std::cout << text << "\n]\n";
+  }
+
+ private:
+  const ReadOptions& options_;
+  std::size_t width_ = 0;
+  std::vector<nlohmann::ordered_json> objects_;
+};
+
+// Reads every address, and tells of those that can't be read: they don't hide the others. Throws
+// when the PLC can't be reached any more.
+std::vector<Failure> read_all(Session& session, const std::vector<PlcAddress>& addresses,
+                              Output& output) {
+  std::vector<Failure> failures;
+  for (const PlcAddress& address : addresses) {
+    session.connect();
+    try {
+      output.add(address, read_bytes(session, address));
+    } catch (const Failure& failure) {
+      output.add_failure(address, failure.what());
+      if (addresses.size() > 1) report(failure);
+      failures.push_back(failure);
+    }
+  }
+  return failures;
+}
+
+void read(const ReadOptions& options) {
+  std::vector<PlcAddress> addresses;
+  for (const std::string& text : options.addresses) {
+    addresses.push_back(parse_address(text));
+    require_readable(addresses.back());
+  }
+  Session session(options.connection);
+  session.connect();
+  Output output(options, addresses);
+  std::vector<Failure> failures;
+  try {
+    failures = read_all(session, addresses, output);
+  } catch (const Failure&) {
+    output.end();
+    throw;
+  }
+  output.end();
+  if (failures.empty()) return;
+  if (addresses.size() == 1) throw Failure(failures.front());
+  throw Failure(std::to_string(failures.size()) + " of " + std::to_string(addresses.size()) +
+                " addresses could not be read");
+}
+
+}  // namespace
+
+void add_read_command(CLI::App& program) {
+  const auto options = std::make_shared<ReadOptions>();
+  CLI::App& command = *program.add_subcommand("read", "Reads variables of the PLC");
+  command.footer(
+      "Addresses, in English or German, with a type and a count where they are not the usual:\n"
+      "  DB10.DBX0.3 DB10.DBB0 DB10.DBW4 DB10.DBD8:REAL DI10.DIW4 MW20 M5.1 IB0 EB0 QW2 AW2\n"
+      "  PIW256 PEW256 T5 C3 Z3, DB1.DBB0[100] MW20[8]:INT DB1.DBB38:STRING DB1.DBB38[5]:CHAR\n"
+      "Types: BOOL BYTE CHAR STRING, WORD INT, DWORD DINT REAL; timers are read as S5TIME (in "
+      "JSON\n"
+      "in milliseconds), counters as numbers.\n"
+      "\n"
+      "Examples:\n"
+      "  plexum read --sim DB1.DBW16 DB1.DBD28:REAL DB1.DBX36.2\n"
+      "  plexum read --ip 192.0.2.10 --json DB10.DBW0[50]:INT M5.1\n"
+      "  level=$(plexum read --ip 192.0.2.10 --value DB10.DBD8:REAL)");
+  command.add_option("ADDRESS", options->addresses, "What to read")->required()->type_name("");
+  CLI::Option* const json =
+      command.add_flag("--json", options->json, "An array of address, type, value and raw bytes");
+  CLI::Option* const hex =
+      command.add_flag("--hex", options->hex, "The bytes as they are, as a dump")->excludes(json);
+  command.add_flag("--value", options->value, "The values alone, a line each")
+      ->excludes(json)
+      ->excludes(hex);
+  add_connection_options(command, options->connection);
+  command.callback([options] { read(*options); });
+}
+
+}  // namespace plexum::cli

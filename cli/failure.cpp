@@ -1,9 +1,0 @@
-#include "cli/failure.h"
-
-#include <iostream>
-
-namespace plexum::cli {
-
-void report(const Failure& failure) { std::cerr << "plexum: " << failure.what() << '\n'; }
-
-}  // namespace plexum::cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/link/command_environment.h"
+#include "control/plexum_link.h"
+
+namespace plexum::cli {
+
+// One control, driven by requests in JSON: {"call":NAME,"args":[...]}, {"get":NAME} or
+// {"set":NAME,"value":V}. Byte strings are JSON strings of U+0000 to U+00FF.
+class HostSession {
+ public:
+  // Both must outlive the session; the link's message boxes go through `environment`.
+  HostSession(PlexumLink& link, CommandEnvironment& environment);
+
+  // The reply to one request, a JSON object on one line: the result, or the run-time error, with
+  // the arguments as the call left them, the state afterwards and the message boxes shown. A line
+  // that is no request gets an error with number 0.
+  std::string reply_to(std::string_view line);
+
+ private:
+  PlexumLink& link_;
+  std::vector<std::string> message_boxes_;
+};
+
+}  // namespace plexum::cli

@@ -1,0 +1,146 @@
+#include "cli/plc/poll.h"
+
+#include <cerrno>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <system_error>
+
+#include "cli/plc/plc_access.h"
+#include "cli/plc/round_trips.h"
+#include "cli/system/interrupt.h"
+#include "cli/system/path.h"
+#include "cli/text/failure.h"
+#include "cli/text/iso_time.h"
+
+namespace plexum::cli {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Values = std::vector<std::vector<PlcValue>>;
+
+// From a failed poll to the next attempt, at least.
+constexpr std::chrono::milliseconds kPauseOfOutage{1000};
+
+// A table of comma-separated values: the time, then a column an address.
+class CsvFile {
+ public:
+  CsvFile(const std::string& path, const std::vector<PlcAddress>& addresses) : path_(path) {
+    if (path.empty()) return;
+    file_.open(path_from_utf8(path), std::ios::binary);
+    std::string row = "time";
+    for (const PlcAddress& address : addresses) row += ',' + cell(address.text);
+    write(row);
+  }
+
+  void add(PollTime time, const std::vector<PlcAddress>& addresses, const Values& values) {
+    if (path_.empty()) return;
+    std::string row = iso_time(time);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      row += ',' + cell(text_of(addresses[i], values[i]));
+    }
+    write(row);
+  }
+
+ private:
+  static std::string cell(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) quoted += c == '"' ? "\"\"" : std::string(1, c);
+    return quoted + '"';
+  }
+
+  // Whole rows, so that an interrupted run leaves a whole table.
+  void write(const std::string& row) {
+    if (file_ << row << '\n' << std::flush) return;
+    throw std::system_error(errno, std::generic_category(), path_);
+  }
+
+  const std::string path_;
+  std::ofstream file_;
+};
+
+Values read_all(Session& session, const std::vector<PlcAddress>& addresses, RoundTrips& times) {
+  session.connect();
+  Values values;
+  for (const PlcAddress& address : addresses) {
+    const Clock::time_point start = Clock::now();
+    const std::string bytes = read_bytes(session, address);
+    times.add(Clock::now() - start);
+    values.push_back(values_of(address, bytes));
+  }
+  return values;
+}
+
+}  // namespace
+
+void add_poll_options(CLI::App& command, PollOptions& options) {
+  command
+      .add_option("address", options.addresses, "Variables, such as DB10.DBW4, MD104:REAL, M5.1")
+      ->required()
+      ->type_name("ADDRESS");
+  command.add_option("--interval", options.interval, "Milliseconds from one poll to the next")
+      ->check(CLI::Range(1u, 86'400'000u))
+      ->capture_default_str();
+  command.add_option("--csv", options.csv_path, "Write the values of every poll to a table, too")
+      ->type_name("FILE");
+  add_connection_options(command, options.connection);
+}
+
+std::vector<PlcAddress> polled_addresses(const PollOptions& options) {
+  std::vector<PlcAddress> addresses;
+  for (const std::string& text : options.addresses) {
+    addresses.push_back(parse_address(text));
+    require_readable(addresses.back());
+  }
+  return addresses;
+}
+
+void poll(Session& session, const std::vector<PlcAddress>& addresses, const PollOptions& options,
+          PollObserver& observer) {
+  const InterruptScope interrupt;
+  CsvFile csv(options.csv_path, addresses);
+  RoundTrips times;
+  unsigned polls = 0;
+  unsigned failures = 0;
+  std::optional<Failure> outage;
+  const std::chrono::duration<double> duration(options.duration);
+  const Clock::time_point start = Clock::now();
+  const auto over = [&] {
+    return interrupt.interrupted() || (options.count > 0 && polls >= options.count) ||
+           (options.duration > 0 && Clock::now() - start >= duration);
+  };
+
+  const std::chrono::milliseconds interval(options.interval);
+  Clock::time_point next = start;
+  while (!over()) {
+    std::optional<Values> values;
+    const PollTime time = std::chrono::system_clock::now();
+    ++polls;
+    try {
+      values = read_all(session, addresses, times);
+    } catch (const Failure& failure) {
+      if (failure.code() != ExitCode::kFailed || polls == failures + 1) throw;
+      ++failures;
+      outage = failure;
+      session.disconnect();
+    }
+    // What was missed meanwhile isn't made up for.
+    const Clock::time_point now = Clock::now();
+    next += interval * (1 + std::max<Clock::rep>(0, (now - next) / interval));
+    if (values) {
+      outage.reset();
+      csv.add(time, addresses, *values);
+      observer.took(time, *values);
+    } else {
+      observer.failed(time, outage->what());
+      next = now + std::max(interval, kPauseOfOutage);
+    }
+    session.idle(std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()), over);
+  }
+  std::cerr << polls << " polls, " << failures << " failed; round trips: " << times.summary()
+            << '\n';
+  if (outage && !interrupt.interrupted()) throw Failure(*outage);
+}
+
+}  // namespace plexum::cli

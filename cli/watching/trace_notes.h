@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "cli/watching/byte_cursor.h"
+
+namespace plexum::cli {
+
+// The lines of an annotated telegram, and the pieces that they are made of.
+class TraceNotes {
+ public:
+  // One line below the layer `name`; without a name it carries on the line before.
+  void add(const char* name, const std::string& text);
+  // The same for what was just read from `in`. Where that ended too soon the line says so in place
+  // of the zeros that were read; false then.
+  bool add(const char* name, const std::string& text, const ByteCursor& in);
+
+  [[nodiscard]] const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+struct NamedCode {
+  std::uint32_t code;
+  const char* name;
+};
+
+// The name of a code, "unknown ..." with its number where it has none.
+template <typename Table>
+std::string name_of(const Table& table, std::uint32_t code);
+
+// "0x0200", with at least as many digits as given.
+std::string hexadecimal(std::uint32_t value, int digits);
+// Bytes of the PLC as they can be shown on a terminal.
+std::string printable(std::string_view bytes);
+// The first of many bytes: "00 01 02 03 ...".
+std::string first_bytes(std::string_view bytes);
+// "1 byte", "2 bytes".
+std::string counted(std::size_t count, const char* thing);
+// The error class and code of an answer in words.
+std::string error_note(std::uint32_t error_class, std::uint32_t code);
+// The return code of an item in words.
+std::string return_code_note(std::uint32_t code);
+// "FC 2" of a block's designation, two characters for its type and five digits; a letter for the
+// file system may follow.
+std::string block_note(std::string_view designation);
+std::string block_type_note(std::string_view type);
+
+template <typename Table>
+std::string name_of(const Table& table, std::uint32_t code) {
+  for (const NamedCode& entry : table) {
+    if (entry.code == code) return entry.name;
+  }
+  return "unknown " + hexadecimal(code, 2);
+}
+
+// What the S7 messages of their kinds carry: jobs and their answers (trace_jobs.cpp), userdata
+// (trace_userdata.cpp).
+void note_job(bool answer, ByteCursor parameter, ByteCursor data, TraceNotes& notes);
+void note_userdata(ByteCursor parameter, ByteCursor data, TraceNotes& notes);
+
+}  // namespace plexum::cli
