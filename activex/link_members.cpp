@@ -9,35 +9,35 @@ using Core = plexum::PlexumLink;
 // -- state variables
 
 HRESULT LinkObject::get_err(LONG* result) {
-  return run(result, [](Core& link) { return link.err; });
+  return run(result, [](Core& link) { return link.err(); });
 }
 
 HRESULT LinkObject::put_err(LONG value) {
-  return run([&] { link_.err = value; });
+  return run([&] { link_.err(value); });
 }
 
 HRESULT LinkObject::get_inuse(VARIANT_BOOL* result) {
-  return run(result, [](Core& link) { return link.inuse; });
+  return run(result, [](Core& link) { return link.inuse(); });
 }
 
 HRESULT LinkObject::put_inuse(VARIANT_BOOL value) {
-  return run([&] { link_.inuse = value != VARIANT_FALSE; });
+  return run([&] { link_.inuse(value != VARIANT_FALSE); });
 }
 
 HRESULT LinkObject::get_s7init(VARIANT_BOOL* result) {
-  return run(result, [](Core& link) { return link.s7init; });
+  return run(result, [](Core& link) { return link.s7init(); });
 }
 
 HRESULT LinkObject::put_s7init(VARIANT_BOOL value) {
-  return run([&] { link_.s7init = value != VARIANT_FALSE; });
+  return run([&] { link_.s7init(value != VARIANT_FALSE); });
 }
 
 HRESULT LinkObject::get_auftrag_Fehler(SHORT* result) {
-  return run(result, [](Core& link) { return link.auftrag_Fehler; });
+  return run(result, [](Core& link) { return link.auftrag_Fehler(); });
 }
 
 HRESULT LinkObject::put_auftrag_Fehler(SHORT value) {
-  return run([&] { link_.auftrag_Fehler = value; });
+  return run([&] { link_.auftrag_Fehler(value); });
 }
 
 // -- methods

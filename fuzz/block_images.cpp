@@ -24,20 +24,20 @@ void run(Input input) {
   for (int times = twice ? 2 : 1; times > 0; --times) {
     error = error_of([&] { world.link.pg_WriteBlock(image); });
   }
-  if (whole) require(error == 0 && world.link.err == 0, "a true image is taken");
-  if (error == 0 && world.link.err == 0) {
+  if (whole) require(error == 0 && world.link.err() == 0, "a true image is taken");
+  if (error == 0 && world.link.err() == 0) {
     const sim::BlockHeader header = sim::parse_block_header(sim::Bytes(image.begin(), image.end()));
     const std::string designation = header.id.designation();
     const char* const types[] = {"OB", "", "DB", "SDB", "FC", "SFC", "FB", "SFB"};
     const std::size_t type = static_cast<std::size_t>(header.id.type) - 8;
     const Value back = world.link.pg_ReadBlock(types[type], designation.substr(2));
-    require(world.link.err == 0 && back == Value(image), "an upload brings the block back");
+    require(world.link.err() == 0 && back == Value(image), "an upload brings the block back");
     error_of([&] { world.link.pg_ListBlock(types[type]); });
-    world.link.inuse = false;
-    world.link.err = 0;
+    world.link.inuse(false);
+    world.link.err(0);
     error_of([&] { world.link.pg_DelBlock(types[type], designation.substr(2)); });
   }
-  world.link.s7init = false;
+  world.link.s7init(false);
   require(world.connect(), "the PLC is found again");
 }
 

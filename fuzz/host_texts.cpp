@@ -84,7 +84,7 @@ void run(Input input) {
   if (connected) require(world.connect(), "the PLC is there");
   error_of([&] { method.call(world.link, arguments); });
   // No argument spoils the control for the next job.
-  world.link.s7init = false;
+  world.link.s7init(false);
   require(world.connect(), "the PLC is found again");
 }
 

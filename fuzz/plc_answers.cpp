@@ -122,12 +122,12 @@ class Dialogue {
         world_.link.Tzeit(static_cast<std::int32_t>(input_.below(8)));
         return;
       case 4:
-        world_.link.err = input_.byte();
+        world_.link.err(input_.byte());
         return;
       case 5:
-        world_.link.s7init = input_.flag();
-        world_.link.inuse = input_.flag();
-        world_.link.auftrag_Fehler = input_.byte();
+        world_.link.s7init(input_.flag());
+        world_.link.inuse(input_.flag());
+        world_.link.auftrag_Fehler(input_.byte());
         return;
     }
   }
@@ -168,7 +168,7 @@ class Dialogue {
         case 20: link.pg_WriteBlock(image(shown)); break;
         case 21: link.ag_ini("127.0.0.1", "102", "1.0", "3.2"); break;
         case 22: link.ag_exit(); break;
-        case 23: link.err = 0; break;  // as a careful host does
+        case 23: link.err(0); break;  // as a careful host does
       }
       // clang-format on
     });
@@ -194,7 +194,7 @@ class Dialogue {
     require(world_.connect(), "the PLC is found again");
     require(world_.link.ag_ReadB("1", "4", "0", "C", "D") == Value(std::string("\0\1\2\3", 4)),
             "the next job tells the truth");
-    require(world_.link.err == 0 && !world_.link.inuse && world_.link.s7init,
+    require(world_.link.err() == 0 && !world_.link.inuse() && world_.link.s7init(),
             "the state after a good job");
   }
 

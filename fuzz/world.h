@@ -115,7 +115,7 @@ struct World {
   }
 
   bool connect() {
-    link.err = 0;
+    link.err(0);
     return link.ag_ini("127.0.0.1", "102", "1.0", "3.2");
   }
 };

@@ -83,7 +83,7 @@ BlockImage upload_block(Session& session, const BlockName& name, bool* refused) 
         return link.pg_ReadBlock(name.type->name, name.digits());
       });
     } catch (const Failure&) {
-      if (refused != nullptr) *refused = is_refusal(session.link().err);
+      if (refused != nullptr) *refused = is_refusal(session.link().err());
       throw;
     }
     try {

@@ -73,7 +73,7 @@ void run_demo(const std::string& capture_path) {
   const std::string port = std::to_string(plc.port());
   std::printf("ag_ini(\"127.0.0.1\", \"%s\", \"1.0\", \"3.2\")\n", port.c_str());
   if (!link.ag_ini("127.0.0.1", port, "1.0", "3.2")) {
-    throw Failure("the connection failed, err = " + std::to_string(link.err));
+    throw Failure("the connection failed, err = " + std::to_string(link.err()));
   }
   std::printf("  %s\n\n", link.status_text().c_str());
 
@@ -84,8 +84,8 @@ void run_demo(const std::string& capture_path) {
     const auto member = raw ? &PlexumLink::ag_ReadB : &PlexumLink::ag_Read;
     const Value result =
         (link.*member)(stop.DBNr, stop.anzby, stop.startad, stop.Datenart, stop.Spsarts);
-    if (link.err != 0) {
-      throw Failure("the job failed, err = " + std::to_string(link.err));
+    if (link.err() != 0) {
+      throw Failure("the job failed, err = " + std::to_string(link.err()));
     }
     std::printf("  = %s\n\n", shown(result).c_str());
   }

@@ -174,10 +174,10 @@ std::string HostSession::reply_to(std::string_view line) {
     Reply reply = carried_out(link_, line);
     Json json = std::move(reply.outcome);
     json["args"] = std::move(reply.arguments);
-    json["state"] = {{"err", link_.err},
-                     {"inuse", link_.inuse},
-                     {"s7init", link_.s7init},
-                     {"auftrag_Fehler", link_.auftrag_Fehler},
+    json["state"] = {{"err", link_.err()},
+                     {"inuse", link_.inuse()},
+                     {"s7init", link_.s7init()},
+                     {"auftrag_Fehler", link_.auftrag_Fehler()},
                      {"status_text", link_.status_text()}};
     json["message_boxes"] = message_boxes_;
     return json.dump();

@@ -22,13 +22,7 @@ Method method(const char* name, Result (PlexumLink::*member)(Parameters...),
   return {name, std::move(arguments), call};
 }
 
-template <typename Type>
-Property variable(const char* name, Type PlexumLink::*member) {
-  return {name, Type{}, [member](const PlexumLink& link) -> Value { return link.*member; },
-          [member](PlexumLink& link, const Value& value) { link.*member = std::get<Type>(value); }};
-}
-
-// A property from its get and its let.
+// A property or state variable from its get and its let.
 template <typename Type, typename Let>
 Property property(const char* name, Type (PlexumLink::*get)() const, void (PlexumLink::*let)(Let)) {
   return {name, Type{}, [get](const PlexumLink& link) -> Value { return (link.*get)(); },
@@ -94,10 +88,11 @@ const std::vector<Method>& methods() {
 
 const std::vector<Property>& properties() {
   static const std::vector<Property> kProperties = {
-      variable("err", &PlexumLink::err),
-      variable("inuse", &PlexumLink::inuse),
-      variable("s7init", &PlexumLink::s7init),
-      variable("auftrag_Fehler", &PlexumLink::auftrag_Fehler),
+      property<std::int32_t, std::int32_t>("err", &PlexumLink::err, &PlexumLink::err),
+      property<bool, bool>("inuse", &PlexumLink::inuse, &PlexumLink::inuse),
+      property<bool, bool>("s7init", &PlexumLink::s7init, &PlexumLink::s7init),
+      property<std::int16_t, std::int16_t>("auftrag_Fehler", &PlexumLink::auftrag_Fehler,
+                                           &PlexumLink::auftrag_Fehler),
       property<std::string, const std::string&>("CP_IP", &PlexumLink::CP_IP, &PlexumLink::CP_IP),
       property<std::string, const std::string&>("TsapF", &PlexumLink::TsapF, &PlexumLink::TsapF),
       property<std::string, const std::string&>("TsapE", &PlexumLink::TsapE, &PlexumLink::TsapE),

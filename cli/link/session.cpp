@@ -107,7 +107,7 @@ void Session::connect() {
   const std::string what = "connecting to " + plc_name();
   // What an earlier attempt left under way would be waited for in place of a new one.
   link().ag_exit();
-  link().err = 0;
+  link().err(0);
   try {
     if (link().ag_ini(ip_, std::to_string(port_), options_.tsap_e, options_.called_tsap())) return;
   } catch (const RuntimeError& error) {
@@ -116,36 +116,36 @@ void Session::connect() {
     throw usage_error(what + ": " + error.text() +
                       "; a TSAP is two numbers joined by a point, such as 3.2");
   }
-  throw failure(what, Step::kConnect, link().err);
+  throw failure(what, Step::kConnect, link().err());
 }
 
 void Session::disconnect() {
   link().ag_exit();
-  link().s7init = false;
+  link().s7init(false);
 }
 
 void Session::drop_connection() {
   disconnect();
-  link().inuse = false;
+  link().inuse(false);
 }
 
 Value Session::run(const std::string& what, Step step,
                    const std::function<Value(PlexumLink&)>& job) {
-  if (link().inuse) throw Failure(what + ": another job is still waiting for its answer");
+  if (link().inuse()) throw Failure(what + ": another job is still waiting for its answer");
   connect();
-  link().err = 0;
+  link().err(0);
   Value result;
   try {
     result = job(link());
   } catch (const RuntimeError&) {
     // The arguments are this program's own, so it was the answer: none, or too short to be one.
-    const std::int32_t err = link().err == 0 ? 3 : link().err;
+    const std::int32_t err = link().err() == 0 ? 3 : link().err();
     drop_connection();
     // A write's err is no return code then, but tells of the time-out.
     throw failure(what, step == Step::kWrite ? Step::kService : step, err);
   }
-  link().inuse = false;  // some members leave it set when they are done
-  const std::int32_t err = link().err;
+  link().inuse(false);  // some members leave it set when they are done
+  const std::int32_t err = link().err();
   if (err == 4) disconnect();  // else the control would keep taking itself for connected
   if (err != 0) throw failure(what, step, err);
   return result;

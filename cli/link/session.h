@@ -51,7 +51,7 @@ class Session {
   // Connects if there is no connection. Jobs of the control would do so by themselves, but to port
   // 102 alone.
   void connect();
-  [[nodiscard]] bool connected() { return link().s7init; }
+  [[nodiscard]] bool connected() { return link().s7init(); }
   // Closes the connection; the next job opens one.
   void disconnect();
 

@@ -35,11 +35,11 @@ Value PlexumLink::pg_ListBlock(const std::string& Blocktype) {
   const std::string answer = exchange_with_repeats([&] { return request; }, kAnswerLength);
 
   if (answer.size() == kEntries) {
-    err = 0;  // and inuse stays true
+    err_ = 0;  // and inuse stays true
     return VariantArray{0, {Value()}};
   }
   const std::string entries = bytes_from(answer, kEntries);
-  inuse = false;
+  inuse_ = false;
   const auto count = half_even(static_cast<double>(entries.size()) / kEntryLength);
   VariantArray numbers;
   for (std::size_t index = 0; index < entries.size(); index += kEntryLength) {
@@ -50,7 +50,7 @@ Value PlexumLink::pg_ListBlock(const std::string& Blocktype) {
     numbers.elements.emplace_back(number);
   }
   if (numbers.elements.empty()) throw RuntimeError(kSubscriptOutOfRange);
-  err = 0;
+  err_ = 0;
   return numbers;
 }
 

@@ -45,14 +45,14 @@ Value PlexumLink::pg_ReadClock() {
   if (!guard_and_begin()) return {};
   const std::string answer =
       exchange_with_repeats([] { return to_string(kReadClock); }, kReadAnswerLength);
-  inuse = false;
+  inuse_ = false;
   VariantArray texts;
   texts.elements.emplace_back(digits(answer, kCentury, 2));
   for (std::size_t index = kCentury + 2; index < kCentury + 7; ++index) {
     texts.elements.emplace_back(digits(answer, index, 1));
   }
   texts.elements.emplace_back(digits(answer, kCentury + 7, 2));
-  err = 0;  // a time-out shows in s7init and auftrag_Fehler only
+  err_ = 0;  // a time-out shows in s7init and auftrag_Fehler only
   return texts;
 }
 
@@ -77,7 +77,7 @@ Value PlexumLink::pg_SetClock(const std::string& strYear, const std::string& str
     return to_string(kSetClock) + fields;
   };
   exchange_with_repeats(telegram, kSetAnswerLength);
-  err = 0;
+  err_ = 0;
   return {};
 }
 

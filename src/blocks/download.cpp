@@ -85,7 +85,7 @@ Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
   status_text_ = "Read Wait Data";
   if (!wait_for_bytes(kAnswerLength)) {
     status_text_ = "Read Exit";
-    err = connected() ? shown_refusal(tcp_client_.GetData()) : 3;
+    err_ = connected() ? shown_refusal(tcp_client_.GetData()) : 3;
     environment_.process_messages();
     drop_connection_state();
     return {};
@@ -98,9 +98,9 @@ Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
     return {};
   }
   std::string reference = bytes_from(tcp_client_.GetData(), kPduReference, 2);
-  inuse = false;  // for good: the parts go out without it
+  inuse_ = false;  // for good: the parts go out without it
   status_text_ = "Send/Receive Ready";
-  err = 0;
+  err_ = 0;
 
   for (std::size_t offset = 0; offset < image.size(); offset += kPartSize) {
     send_if_connected(part_answer(image, offset, reference));
@@ -122,8 +122,8 @@ Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
     return {};
   }
   const std::string answer = tcp_client_.GetData();
-  inuse = false;
-  err = error_number(answer);
+  inuse_ = false;
+  err_ = error_number(answer);
   return {};
 }
 

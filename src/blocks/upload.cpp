@@ -75,9 +75,9 @@ Value PlexumLink::pg_ReadBlock(const std::string& Blocktype, const std::string& 
     return image;
   }
   tcp_client_.GetData();
-  inuse = false;
+  inuse_ = false;
   status_text_ = "Send/Receive Ready";
-  err = 0;
+  err_ = 0;
   return image;
 }
 

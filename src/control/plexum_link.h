@@ -42,13 +42,17 @@ class PlexumLink {
   // Result of the last connection attempt or job: 0 no error; 1 no TCP connection in time; 3 no
   // reply in time; 4 not connected when a job started; otherwise an error_number of the PLC or a
   // write's return code. A value left here makes most jobs refuse to start.
-  std::int32_t err = 0;
+  [[nodiscard]] std::int32_t err() const { return err_; }
+  void err(std::int32_t value) { err_ = value; }
   // A job is between sending its request and handling its reply.
-  bool inuse = false;
+  [[nodiscard]] bool inuse() const { return inuse_; }
+  void inuse(bool value) { inuse_ = value; }
   // The connection is set up. Jobs connect by themselves while this is false.
-  bool s7init = false;
+  [[nodiscard]] bool s7init() const { return s7init_; }
+  void s7init(bool value) { s7init_ = value; }
   // Error of the last data job, or repeated attempts of the clock and list jobs.
-  std::int16_t auftrag_Fehler = 0;
+  [[nodiscard]] std::int16_t auftrag_Fehler() const { return auftrag_Fehler_; }
+  void auftrag_Fehler(std::int16_t value) { auftrag_Fehler_ = value; }
 
   // -- methods
 
@@ -279,6 +283,11 @@ class PlexumLink {
 
   HostEnvironment& environment_;
   TcpClient& tcp_client_;
+
+  std::int32_t err_ = 0;
+  bool inuse_ = false;
+  bool s7init_ = false;
+  std::int16_t auftrag_Fehler_ = 0;
 
   std::string CP_IP_ = "0.0.0.0";
   std::string TsapE_ = "0";

@@ -150,14 +150,14 @@ Value PlexumLink::ag_Read(const std::string& DBNr, const std::string& anzby,
   if (!connect_on_demand()) return {};
   // An err that an earlier job left doesn't stop this one.
   if (!connected()) {
-    err = 4;
+    err_ = 4;
     drop_connection_state();
-    auftrag_Fehler = 0;
+    auftrag_Fehler_ = 0;
     return {};
   }
-  auftrag_Fehler = 0;
-  err = 0;
-  inuse = true;
+  auftrag_Fehler_ = 0;
+  err_ = 0;
+  inuse_ = true;
 
   std::string request = readhead_;
   request += integer_to_bytes(anzby);
@@ -173,16 +173,16 @@ Value PlexumLink::ag_Read(const std::string& DBNr, const std::string& anzby,
   if (!wait_for_bytes(count + kReadData)) {
     status_text_ = "Read Exit";
     std::string fragment;
-    err = err_of_fragment(fragment);
+    err_ = err_of_fragment(fragment);
     drop_connection_state();
     return {};
   }
   const std::string answer = tcp_client_.GetData();
   status_text_ = "Send/Receive Ready";
-  inuse = false;
+  inuse_ = false;
   const std::string data = bytes_from(answer, kReadData, static_cast<std::size_t>(count));
   Value result = converted_for_ag_Read(data, to_integer(number(anzby)), Datenart);
-  err = 0;
+  err_ = 0;
   return result;
 }
 
@@ -191,9 +191,9 @@ Value PlexumLink::ag_ReadB(const std::string& DBNr, const std::string& anzby,
                            const std::string& Spsarts) {
   // A refusal leaves inuse and s7init as they are.
   if (!connect_on_demand() || !ready()) return {};
-  inuse = true;
-  auftrag_Fehler = 0;
-  err = 0;
+  inuse_ = true;
+  auftrag_Fehler_ = 0;
+  err_ = 0;
 
   std::string request = readhead_;
   request += integer_to_bytes(anzby);
@@ -211,10 +211,10 @@ Value PlexumLink::ag_ReadB(const std::string& DBNr, const std::string& anzby,
   }
   const std::string answer = take_if_connected();
   status_text_ = "Send/Receive Ready";
-  inuse = false;
+  inuse_ = false;
   const auto count = static_cast<std::size_t>(std::floor(number(anzby)));
   Value result = converted_for_ag_ReadB(bytes_from(answer, kReadData, count), Datenart);
-  err = 0;
+  err_ = 0;
   return result;
 }
 

@@ -54,15 +54,15 @@ void PlexumLink::take_return_code(std::string answer) {
   // err of the time-out in place.
   take_if_connected(answer);
   const std::int32_t return_code = code_at(answer, kReturnCode);
-  err = return_code == kAccepted ? 0 : return_code;
+  err_ = return_code == kAccepted ? 0 : return_code;
   status_text_ = "Send/Receive Ready";
-  inuse = false;
+  inuse_ = false;
 }
 
 bool PlexumLink::ag_WriteX(const std::string& db, std::string& startad, const std::string& wert,
                            const std::string& Spsarts, const std::string& bitadd) {
   if (!guard()) return false;
-  inuse = true;
+  inuse_ = true;
   startad = text(number(startad) * 8 + std::floor(number(bitadd)));
   std::string variable = integer_to_bytes(db);
   variable += area_byte(Spsarts);
@@ -75,18 +75,18 @@ bool PlexumLink::ag_WriteX(const std::string& db, std::string& startad, const st
   if (!wait_for_bytes(kAnswerLength)) {
     status_text_ = "Read Exit";
     take_if_connected(answer);  // a refusal shows as a time-out here
-    err = 3;
+    err_ = 3;
     environment_.process_messages();
     drop_connection_state();
   }
   take_return_code(std::move(answer));
-  return err <= 0;
+  return err_ <= 0;
 }
 
 Value PlexumLink::ag_WriteB(const std::string& db, const std::string& startad_w,
                             const std::string& wert, const std::string& Spsarts) {
   if (!guard()) return false;
-  inuse = true;
+  inuse_ = true;
   std::string bit_address = text(number(startad_w) * 8);
   std::string variable = integer_to_bytes(db);
   variable += area_byte(Spsarts);
@@ -98,13 +98,13 @@ Value PlexumLink::ag_WriteB(const std::string& db, const std::string& startad_w,
   std::string answer;
   if (!wait_for_bytes(kAnswerLength)) answer = end_after_timeout();
   take_return_code(std::move(answer));
-  return err == 0;
+  return err_ == 0;
 }
 
 Value PlexumLink::ag_WriteMB(const std::string& db, std::string& startad,
                              const std::string& wertBytesstring, const std::string& Spsarts) {
   if (!guard()) return false;
-  inuse = true;
+  inuse_ = true;
   startad = text(number(startad) * 8);
   std::string variable = integer_to_bytes(db);
   variable += area_byte(Spsarts);
@@ -120,7 +120,7 @@ Value PlexumLink::ag_WriteMB(const std::string& db, std::string& startad,
   std::string answer;
   if (!wait_for_bytes(kAnswerLength)) answer = end_after_timeout();
   take_return_code(std::move(answer));
-  return err == 0;
+  return err_ == 0;
 }
 
 bool PlexumLink::ag_WriteF(const std::string& DBNr, std::string& startad, std::string& wert,
@@ -139,7 +139,7 @@ bool PlexumLink::ag_WriteD(const std::string& DBNr, std::string& startad, std::s
 bool PlexumLink::ag_WriteW(const std::string& DBNr, const std::string& startad,
                            const std::string& wert, const std::string& Spsarts) {
   if (!guard()) return false;
-  inuse = true;
+  inuse_ = true;
   std::string bit_address = text(number(startad) * 8);
   std::string variable = integer_to_bytes(DBNr);
   variable += area_byte(Spsarts);
@@ -151,7 +151,7 @@ bool PlexumLink::ag_WriteW(const std::string& DBNr, const std::string& startad,
   std::string answer;
   if (!wait_for_bytes(kAnswerLength)) answer = end_after_timeout();
   take_return_code(std::move(answer));
-  return err <= 0;
+  return err_ <= 0;
 }
 
 }  // namespace plexum

@@ -55,7 +55,7 @@ constexpr double kEraseAnswer = 33;
 Value PlexumLink::service(const std::string& telegram, const char* waiting_text,
                           double answer_length) {
   if (!control_job(telegram, waiting_text, answer_length)) return {};
-  return err == 0;
+  return err_ == 0;
 }
 
 Value PlexumLink::pg_plcstop() { return service(to_string(kStop), kWaitingText, kServiceAnswer); }

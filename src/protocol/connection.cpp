@@ -52,7 +52,7 @@ std::string PlexumLink::tsap_bytes(const std::string& tsap) {
 
 bool PlexumLink::ag_ini(const std::string& TCPIPRemote, const std::string& PortRemote,
                         const std::string& TsapE, const std::string& TsapF) {
-  err = 0;
+  err_ = 0;
   readhead_ = to_string(kReadHead);
   const std::int16_t state = tcp_client_.State();
   if (state == kTcpError || state == kTcpPeerClosing || state == kTcpConnected) {
@@ -66,11 +66,11 @@ bool PlexumLink::ag_ini(const std::string& TCPIPRemote, const std::string& PortR
     tcp_client_.Connect();
   }
   if (!wait_until([this] { return connected(); })) {
-    err = 1;
-    s7init = false;
+    err_ = 1;
+    s7init_ = false;
   }
   state_label_ = std::to_string(tcp_client_.State());
-  if (err != 0) return false;
+  if (err_ != 0) return false;
 
   status_text_ = "Connect Send Data";
   std::string request = to_string(kConnectionRequest);
@@ -82,10 +82,10 @@ bool PlexumLink::ag_ini(const std::string& TCPIPRemote, const std::string& PortR
   if (!wait_for_bytes(kConnectionConfirmLength)) {
     status_text_ = "INI Exit";
     take_if_connected();
-    err = 3;
+    err_ = 3;
     drop_connection_state();
   }
-  if (err != 0) return false;
+  if (err_ != 0) return false;
   take_if_connected();  // any 22 bytes are a confirm
 
   status_text_ = "PDU Send Data";
@@ -94,12 +94,12 @@ bool PlexumLink::ag_ini(const std::string& TCPIPRemote, const std::string& PortR
   if (!wait_for_bytes(kSetupAnswerLength)) {
     // Unlike the time-out before, this one leaves err at 0 and takes nothing: a job that called
     // goes on with what is there.
-    s7init = false;
+    s7init_ = false;
     return false;
   }
   take_if_connected();  // the granted PDU size is not kept: jobs size their telegrams themselves
   status_text_ = "Send/Receive Ready";
-  s7init = true;
+  s7init_ = true;
   return true;
 }
 

@@ -10,19 +10,19 @@ namespace plexum {
 bool PlexumLink::connected() { return tcp_client_.State() == kTcpConnected; }
 
 bool PlexumLink::connect_on_demand() {
-  if (s7init) return true;
+  if (s7init_) return true;
   // Copies: the host may set the properties while ag_ini waits.
   const std::string address = CP_IP();
   const std::string calling = TsapE();
   const std::string called = TsapF();
   ag_ini(address, "102", calling, called);
   // Not ag_ini's result: its second time-out leaves err at 0, and the job goes on.
-  return err == 0;
+  return err_ == 0;
 }
 
 bool PlexumLink::ready() {
-  if (!connected()) err = 4;
-  return err == 0;
+  if (!connected()) err_ = 4;
+  return err_ == 0;
 }
 
 bool PlexumLink::guard() {
@@ -36,18 +36,18 @@ bool PlexumLink::guard() {
 
 bool PlexumLink::guard_and_begin() {
   if (!connect_on_demand()) return false;
-  auftrag_Fehler = 0;
+  auftrag_Fehler_ = 0;
   if (!ready()) {
     drop_connection_state();
     return false;
   }
-  inuse = true;
+  inuse_ = true;
   return true;
 }
 
 void PlexumLink::drop_connection_state() {
-  inuse = false;
-  s7init = false;
+  inuse_ = false;
+  s7init_ = false;
 }
 
 void PlexumLink::send_if_connected(const std::string& telegram) {
@@ -85,7 +85,7 @@ std::int32_t PlexumLink::err_of_fragment(std::string& fragment) {
 std::string PlexumLink::end_after_timeout() {
   status_text_ = "Read Exit";
   std::string fragment;
-  err = err_of_fragment(fragment);
+  err_ = err_of_fragment(fragment);
   environment_.process_messages();
   drop_connection_state();
   return fragment;
@@ -94,7 +94,7 @@ std::string PlexumLink::end_after_timeout() {
 void PlexumLink::end_transfer_after_timeout() {
   status_text_ = "Read Exit";
   // A fragment without an error leaves err at 0: only s7init then tells of the time-out.
-  err = connected() ? error_number(tcp_client_.GetData()) : 3;
+  err_ = connected() ? error_number(tcp_client_.GetData()) : 3;
   environment_.process_messages();
   drop_connection_state();
 }
@@ -102,7 +102,7 @@ void PlexumLink::end_transfer_after_timeout() {
 std::optional<std::string> PlexumLink::control_job(const std::string& telegram,
                                                    const char* waiting_text, double answer_length) {
   if (!guard()) return std::nullopt;
-  inuse = true;
+  inuse_ = true;
   status_text_ = "Wreit Send Data";
   send_if_connected(telegram);
   status_text_ = waiting_text;
@@ -111,7 +111,7 @@ std::optional<std::string> PlexumLink::control_job(const std::string& telegram,
   // After a time-out this is a second take, of what has come in the meantime: as a rule nothing.
   take_if_connected(answer);
   status_text_ = "Send/Receive Ready";
-  inuse = false;
+  inuse_ = false;
   return answer;
 }
 
@@ -125,7 +125,7 @@ std::string PlexumLink::exchange_with_repeats(const std::function<std::string()>
     if (!wait_for_bytes(answer_length)) {
       status_text_ = "Read Exit";
       take_if_connected(answer);
-      err = 3;
+      err_ = 3;
       environment_.process_messages();
       drop_connection_state();
     }
@@ -133,8 +133,8 @@ std::string PlexumLink::exchange_with_repeats(const std::function<std::string()>
     take_if_connected(answer);
     status_text_ = "Send/Receive Ready";
     if (answer.size() >= kUsableLength) break;
-    auftrag_Fehler = to_integer(auftrag_Fehler + 1.0);
-  } while (auftrag_Fehler < 3);
+    auftrag_Fehler_ = to_integer(auftrag_Fehler_ + 1.0);
+  } while (auftrag_Fehler_ < 3);
   return answer;
 }
 

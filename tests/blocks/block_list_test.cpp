@@ -62,7 +62,7 @@ TEST_F(BlockList, TheEntriesOfTheAnswer) {
 
 // The count of the repetitions is the host's to set while it waits.
 TEST_F(BlockList, TheCountOverflowsAtItsLimit) {
-  environment.on_process_messages = [&] { link.auftrag_Fehler = 32767; };
+  environment.on_process_messages = [&] { link.auftrag_Fehler(32767); };
   EXPECT_EQ(error_of([&] { link.pg_ListBlock("DB"); }), kOverflow);
   EXPECT_EQ(tcp_client.sent.size(), 1u);
 }

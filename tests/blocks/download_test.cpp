@@ -65,7 +65,7 @@ TEST_F(Download, TheDialogue) {
                         {70000, 316, "070000"}}) {
     SCOPED_TRACE(c.length);
     connect_to_plc();
-    link.auftrag_Fehler = 9;
+    link.auftrag_Fehler(9);
     const std::string image = image_of(c.length);
     EXPECT_TRUE(link.pg_WriteBlock(image).is_empty());
 

@@ -27,7 +27,7 @@ class Upload : public test::ConnectedFixture {
 TEST_F(Upload, JoinsThePartsByNumberedRequests) {
   tcp_client.answers = {start_answer(), part_answer(true, "abc"), part_answer(true, ""),
                         part_answer(false, "d"), end_answer()};
-  link.auftrag_Fehler = 9;
+  link.auftrag_Fehler(9);
   EXPECT_EQ(link.pg_ReadBlock("FB", "00012"), Value(std::string("abcd")));
   std::vector<std::string> sent;
   for (const std::string& telegram : tcp_client.sent) sent.push_back(hex(telegram));

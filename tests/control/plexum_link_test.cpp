@@ -47,7 +47,7 @@ TEST_F(PlexumLinkTest, StartsWithItsDefaultsAndStoresNoneOfThem) {
   EXPECT_EQ(link.Tzeit(), 100);
   EXPECT_EQ(link.StatusLabel(), "");
   EXPECT_EQ(link.StateLabel(), "0");
-  EXPECT_FALSE(link.s7init || link.inuse);
+  EXPECT_FALSE(link.s7init() || link.inuse());
 
   RecordingBag bag;
   link.UserControl_WriteProperties(bag);

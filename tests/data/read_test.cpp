@@ -98,7 +98,7 @@ TEST_F(Reading, BadArgumentsRaiseAfterTheGuardAndSendNothing) {
   };
   for (const Arguments& a : cases) {
     for (const Member member : kMembers) {
-      link.inuse = false;
+      link.inuse(false);
       EXPECT_EQ(error_of([&] { (link.*member)(a.DBNr, a.anzby, a.startad, "B", "D"); }), a.error)
           << a.DBNr << " " << a.anzby.substr(0, 9) << " " << a.startad;
       EXPECT_EQ(state(), "0 inuse s7init 0 Send/Receive Ready");
@@ -130,7 +130,7 @@ TEST_F(Reading, AgReadConverts) {
       {"3.5", "B", "01 02 03", {}, kInvalidArgument},
   };
   for (const Case& c : cases) {
-    link.err = 77;  // doesn't stop this job
+    link.err(77);  // doesn't stop this job
     expect_conversion(&PlexumLink::ag_Read, c);
   }
   const std::string long_data(33000, '\x01');
@@ -158,7 +158,7 @@ TEST_F(Reading, AgReadBConverts) {
 TEST_F(Reading, AnErrorInAnAnswerOfFullLengthIsData) {
   tcp_client.answers = {answer(bytes("00 00 00 00")).replace(17, 1, "\x85")};
   EXPECT_EQ(link.ag_Read("1", "4", "0", "D", "D"), doubles({0}));
-  EXPECT_EQ(link.err, 0);
+  EXPECT_EQ(link.err(), 0);
 }
 
 TEST_F(Reading, PiecesAreWaitedForAndEachEndsASlice) {
@@ -177,7 +177,7 @@ TEST_F(Reading, PiecesAreWaitedForAndEachEndsASlice) {
   arrived = 0;
   link.Tzeit(5);
   EXPECT_TRUE(link.ag_ReadB("1", "4", "0", "C", "D").is_empty());
-  EXPECT_EQ(link.err, 3);
+  EXPECT_EQ(link.err(), 3);
 }
 
 TEST_F(Reading, OnlyAgReadBProcessesMessagesAfterATimeOut) {
@@ -192,16 +192,16 @@ TEST_F(Reading, OnlyAgReadBProcessesMessagesAfterATimeOut) {
 TEST_F(Reading, TheGuardsOfTheTwo) {
   const auto [ag_Read, ag_ReadB] = std::pair(kMembers[0], kMembers[1]);
   // An err of an earlier job stops ag_ReadB only, and that leaves everything else as it is.
-  link.err = 5;
-  link.inuse = true;
+  link.err(5);
+  link.inuse(true);
   EXPECT_TRUE(read(ag_ReadB, "1", "B", "x").is_empty());
   EXPECT_EQ(state(), "5 inuse s7init 0 Send/Receive Ready");
   EXPECT_TRUE(tcp_client.sent.empty());
   EXPECT_EQ(read(ag_Read, "1", "B", "x"), doubles({'x'}));
 
   link.ag_exit();
-  link.auftrag_Fehler = 2;
-  link.inuse = true;
+  link.auftrag_Fehler(2);
+  link.inuse(true);
   EXPECT_TRUE(read(ag_ReadB, "1", "B", "x").is_empty());
   EXPECT_EQ(state(), "4 inuse s7init 2 TCP Not Ready");
   EXPECT_TRUE(read(ag_Read, "1", "B", "x").is_empty());
@@ -213,7 +213,7 @@ TEST_F(Reading, TheGuardsOfTheTwo) {
 
 TEST_F(Reading, AJobGoesOnAfterASetupThatTimedOut) {
   tcp_client.state = kTcpClosed;
-  link.s7init = false;
+  link.s7init(false);
   tcp_client.answers = {connection_confirm(), "short", answer("late")};
   // err is 0 after that time-out; what had arrived of the setup answer stands before the data.
   EXPECT_EQ(link.ag_ReadB("1", "4", "0", "C", "D"),
@@ -226,7 +226,7 @@ TEST(ReadingWithoutHead, AHostThatClaimsAConnectionSendsNoHead) {
   test::FakeEnvironment environment;
   test::ScriptedTcpClient tcp_client;
   PlexumLink link(environment, tcp_client);
-  link.s7init = true;
+  link.s7init(true);
   tcp_client.state = kTcpConnected;
   tcp_client.answers = {std::string(26, 'x')};
   link.ag_Read("10", "1", "0", "B", "D");

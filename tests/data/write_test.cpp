@@ -133,7 +133,7 @@ TEST_F(Writing, BadArgumentsRaiseAndSendNothing) {
     for (const char* member = c.members; *member != '\0'; ++member) {
       SCOPED_TRACE(std::string{*member} + " " + c.arguments.db + " " + c.arguments.startad + " " +
                    c.arguments.wert.substr(0, 20));
-      link.inuse = false;
+      link.inuse(false);
       Arguments arguments = c.arguments;
       EXPECT_EQ(error_of([&] { write(*member, arguments); }), c.error);
       const bool copies = *member == 'B' || *member == 'W';
@@ -162,8 +162,8 @@ TEST_F(Writing, TheReturnCodeDecides) {
                           {"00", true, "0 idle s7init 9 Send/Receive Ready"},
                           {"05", false, "5 idle s7init 9 Send/Receive Ready"},
                           {"FE 00 00", false, "254 idle s7init 9 Send/Receive Ready"}}) {
-      link.err = 0;
-      link.auftrag_Fehler = 9;  // not theirs
+      link.err(0);
+      link.auftrag_Fehler(9);  // not theirs
       tcp_client.answers = {answer(c.return_code)};
       Arguments arguments;
       EXPECT_EQ(write(*member, arguments), c.result) << *member << c.return_code;

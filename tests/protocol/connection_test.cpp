@@ -90,8 +90,8 @@ TEST_F(Connection, EachFailureLeavesItsOwnState) {
     connect();
     link.ag_exit();
     forget();
-    link.inuse = true;  // of a job whose host re-entered
-    link.s7init = true;
+    link.inuse(true);  // of a job whose host re-entered
+    link.s7init(true);
     c.prepare();
     EXPECT_FALSE(ini());
     EXPECT_EQ(tcp_client.sent.size(), c.sent);
@@ -120,7 +120,7 @@ TEST_F(Connection, TsapTexts) {
     tcp_client.state = kTcpClosed;
     forget();
     tcp_client.answers = {connection_confirm(), setup_answer()};
-    link.s7init = false;
+    link.s7init(false);
     EXPECT_EQ(error_of([&] { link.ag_ini("127.0.0.1", "102", "1.0", c.tsap); }), c.error);
     if (c.error == 0) {
       EXPECT_EQ(hex(tcp_client.sent.at(0)).substr(39, 5), c.bytes);
@@ -169,12 +169,12 @@ TEST_F(Connection, ATextOfTzeitSlicesAndAnEarlyEndCounts) {
   };
   EXPECT_FALSE(ini());
   EXPECT_EQ(environment.waits, 7);
-  EXPECT_EQ(link.err, 1);
+  EXPECT_EQ(link.err(), 1);
 }
 
 TEST_F(Connection, AgExitLeavesTheStateToTheNextJob) {
   connect();
-  link.err = 7;
+  link.err(7);
   EXPECT_TRUE(link.ag_exit());
   EXPECT_EQ(tcp_client.log, std::vector<std::string>{"Close"});
   EXPECT_EQ(environment.pumps, 1);

@@ -98,7 +98,7 @@ class RequestCycle : public test::LinkFixture {
 
   void connect_anew() {
     connect();
-    link.auftrag_Fehler = 9;
+    link.auftrag_Fehler(9);
   }
 
   const std::vector<Job> jobs = all_jobs();
@@ -125,7 +125,7 @@ TEST_F(RequestCycle, TheTextsOfTheSteps) {
     };
     environment.on_wait = [&](std::uint32_t ms) {
       if (environment.waits == 1) {
-        EXPECT_TRUE(link.inuse);
+        EXPECT_TRUE(link.inuse());
         waiting = link.status_text();
       }
       tcp_client.state = kTcpPeerClosing;
@@ -145,18 +145,18 @@ TEST_F(RequestCycle, TheGuardsRefusals) {
     const char* const count = job.kind >= kRepeated ? "0" : "9";
     // An err of an earlier job.
     connect_anew();
-    link.err = 7;
-    link.inuse = true;
+    link.err(7);
+    link.inuse(true);
     EXPECT_EQ(outcome(job), refused + "7 idle no-s7init " + count + " Send/Receive Ready");
     // Closed by the host.
     connect_anew();
     link.ag_exit();
-    link.inuse = true;
+    link.inuse(true);
     EXPECT_EQ(outcome(job), refused + "4 idle no-s7init " + count + " TCP Not Ready");
     EXPECT_TRUE(tcp_client.sent.empty());
     // The one after that connects, and fails: all but err and s7init is as before.
-    link.auftrag_Fehler = 9;
-    link.inuse = true;
+    link.auftrag_Fehler(9);
+    link.inuse(true);
     tcp_client.on_connect = [&] { tcp_client.state = kTcpError; };
     EXPECT_EQ(outcome(job), refused + "1 inuse no-s7init 9 TCP Not Ready");
     // And the next one finds the PLC again, by the stored address.
@@ -165,7 +165,7 @@ TEST_F(RequestCycle, TheGuardsRefusals) {
     outcome(job);
     EXPECT_EQ(tcp_client.host + " " + std::to_string(tcp_client.port), "127.0.0.1 102");
     EXPECT_GE(tcp_client.sent.size(), 3u);
-    EXPECT_EQ(std::to_string(link.auftrag_Fehler), count);
+    EXPECT_EQ(std::to_string(link.auftrag_Fehler()), count);
   }
 }
 
@@ -289,7 +289,7 @@ TEST_F(RequestCycle, AReadInsideTheWaitTakesTheAnswer) {
       if (std::exchange(entered, true)) return;
       tcp_client.available = std::string(100, 'r');
       EXPECT_EQ(link.ag_ReadB("1", "3", "0", "C", "D"), Value(std::string("rrr")));
-      EXPECT_FALSE(link.inuse);
+      EXPECT_FALSE(link.inuse());
       tcp_client.state = kTcpPeerClosing;
     };
     const std::string line = outcome(job);

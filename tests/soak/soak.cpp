@@ -138,7 +138,7 @@ class Soak {
     const bool harmless = struck && !connecting && below(4) == 0;
     if (connecting) {
       link_.ag_exit();
-      link_.s7init = false;
+      link_.s7init(false);
       strike(kConnectionFaults);
     } else if (harmless) {
       // A job that waits for less than it takes needs its answer in one piece.
@@ -152,7 +152,7 @@ class Soak {
     const bool succeeded = ends_well(job);
     const bool raised = raised_;
     demand(succeeded || (struck && !harmless),
-           "it failed without a fault, with err " + std::to_string(link_.err));
+           "it failed without a fault, with err " + std::to_string(link_.err()));
     if (!struck) return;
     ++faults_;
     if (harmless) ++harmless_;
@@ -162,9 +162,9 @@ class Soak {
     // time would be taken for the next one's. Nothing else needs any.
     if (raised || fault_ == "late=40" || fault_ == "double") {
       link_.ag_exit();
-      link_.s7init = false;
-      link_.inuse = false;
-      link_.err = 0;
+      link_.s7init(false);
+      link_.inuse(false);
+      link_.err(0);
     }
     recover();
   }
@@ -202,7 +202,7 @@ class Soak {
     const std::string job = std::exchange(job_, job_ + " and then a read");
     for (int failures = 0; failures <= kMostFailuresAfterAFault; ++failures) {
       if (ends_well({"ag_Read", Kind::kExact, &Soak::read_numbers})) {
-        demand(link_.err == 0 && link_.s7init && !link_.inuse, "the state after a good job");
+        demand(link_.err() == 0 && link_.s7init() && !link_.inuse(), "the state after a good job");
         ++recoveries_[static_cast<std::size_t>(failures)];
         job_ = job;
         return;
@@ -256,7 +256,7 @@ class Soak {
   }
   // The bytes that a write should have left, where it says so.
   bool wrote(bool succeeded, std::size_t from, const std::string& bytes) {
-    demand(succeeded == (link_.err == 0), "result and err contradict each other");
+    demand(succeeded == (link_.err() == 0), "result and err contradict each other");
     if (succeeded) demand(stored(from, bytes.size()) == bytes, "not in the PLC what was written");
     return succeeded;
   }
@@ -321,7 +321,7 @@ class Soak {
   bool read_mode() {
     const Value value = link_.pg_plcRunMode();
     const auto* const bits = std::get_if<VariantArray>(&value);
-    if (bits == nullptr || link_.err != 0) return false;
+    if (bits == nullptr || link_.err() != 0) return false;
     int byte = 0;
     for (std::size_t i = 0; i < bits->elements.size(); ++i) {
       byte |= holds(bits->elements[i], std::string("1")) ? 1 << i : 0;
@@ -332,13 +332,13 @@ class Soak {
   }
   bool read_lamps() {
     const Value value = link_.pg_SZL();
-    return std::holds_alternative<VariantArray>(value) && link_.err == 0;
+    return std::holds_alternative<VariantArray>(value) && link_.err() == 0;
   }
   bool list_blocks() {
     const Value value = link_.pg_ListBlock("DB");
-    link_.inuse = false;
+    link_.inuse(false);
     const auto* const numbers = std::get_if<VariantArray>(&value);
-    if (numbers == nullptr || !link_.s7init) return false;
+    if (numbers == nullptr || !link_.s7init()) return false;
     if (numbers->lower == 0) return false;  // empty, and so is a refusal
     demand(numbers->elements.size() == 10, "another number of blocks than the PLC's");
     return true;
@@ -346,18 +346,18 @@ class Soak {
   bool read_clock() {
     const Value value = link_.pg_ReadClock();
     const auto* const texts = std::get_if<VariantArray>(&value);
-    if (texts == nullptr || !link_.s7init) return false;
+    if (texts == nullptr || !link_.s7init()) return false;
     demand(holds(texts->elements.at(0), std::string("2001")), "another year than the PLC's");
     return true;
   }
   bool set_clock() {
     link_.pg_SetClock("2001", "2", "3", "4", "5", "6", "789");
-    link_.inuse = false;
-    return link_.s7init && link_.err == 0;
+    link_.inuse(false);
+    return link_.s7init() && link_.err() == 0;
   }
   bool upload() {
     const Value value = link_.pg_ReadBlock("FC", "00007");
-    if (value.is_empty() || !link_.s7init || link_.err != 0) return false;
+    if (value.is_empty() || !link_.s7init() || link_.err() != 0) return false;
     demand(holds(value, image_), "another block than the PLC's");
     return true;
   }
@@ -365,7 +365,7 @@ class Soak {
     const std::string image =
         test::block_image(0x0C, 7, 36 + below(700), static_cast<unsigned>(below(1000)));
     link_.pg_WriteBlock(image);
-    const bool succeeded = link_.s7init && link_.err == 0;
+    const bool succeeded = link_.s7init() && link_.err() == 0;
     const std::string inside = plc_.access([](sim::Plc& plc) {
       const sim::Bytes bytes = plc.blocks.image({sim::BlockType::kFunction, 7});
       return std::string(bytes.begin(), bytes.end());

@@ -37,8 +37,8 @@ class LinkFixture : public testing::Test {
     environment.boxes.clear();
     tcp_client.answer_in_order();
     tcp_client.Close();
-    link.inuse = false;
-    link.auftrag_Fehler = 0;
+    link.inuse(false);
+    link.auftrag_Fehler(0);
     link.Tzeit(5);
     tcp_client.answers = {connection_confirm(), setup_answer()};
     ASSERT_TRUE(link.ag_ini("127.0.0.1", "102", "1.0", "3.2"));
@@ -65,9 +65,9 @@ class LinkFixture : public testing::Test {
 
   // The state variables in one line, for comparison: err, inuse, s7init, auftrag_Fehler, text.
   [[nodiscard]] std::string state() const {
-    return std::to_string(link.err) + (link.inuse ? " inuse" : " idle") +
-           (link.s7init ? " s7init " : " no-s7init ") + std::to_string(link.auftrag_Fehler) + " " +
-           link.status_text();
+    return std::to_string(link.err()) + (link.inuse() ? " inuse" : " idle") +
+           (link.s7init() ? " s7init " : " no-s7init ") + std::to_string(link.auftrag_Fehler()) +
+           " " + link.status_text();
   }
 };
 

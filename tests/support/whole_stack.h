@@ -27,8 +27,8 @@ constexpr std::int32_t kShortest = 20;
 // A connection for a job that is answered, whatever the last job left in the control.
 inline bool connect_anew(PlexumLink& link, sim::SimulatedPlc& plc) {
   plc.clear_faults();
-  link.err = 0;
-  link.inuse = false;
+  link.err(0);
+  link.inuse(false);
   link.Tzeit(kPatient);
   return link.ag_ini("127.0.0.1", std::to_string(plc.port()), "1.0", "3.2");
 }
@@ -65,8 +65,8 @@ std::string outcome_of(PlexumLink& link, Job job) {
   } catch (const RuntimeError& error) {
     result = "error " + std::to_string(error.number());
   }
-  return result + ", err " + std::to_string(link.err) + (link.inuse ? ", inuse" : "") +
-         (link.s7init ? ", s7init" : "");
+  return result + ", err " + std::to_string(link.err()) + (link.inuse() ? ", inuse" : "") +
+         (link.s7init() ? ", s7init" : "");
 }
 
 }  // namespace plexum::test

@@ -47,8 +47,8 @@ class WholeStackBlocks : public testing::Test {
     std::vector<double> numbers;
     if (array.lower == 0) {  // none
       EXPECT_EQ(list, Value(VariantArray{0, {Value()}}));
-      EXPECT_TRUE(link.inuse);
-      link.inuse = false;
+      EXPECT_TRUE(link.inuse());
+      link.inuse(false);
       return numbers;
     }
     for (const Value& number : array.elements) numbers.push_back(std::get<double>(number));
@@ -56,7 +56,7 @@ class WholeStackBlocks : public testing::Test {
   }
   std::string upload(const std::string& type, const std::string& number) {
     const Value image = link.pg_ReadBlock(type, number);
-    EXPECT_EQ(link.err, 0);
+    EXPECT_EQ(link.err(), 0);
     return image.is_empty() ? std::string() : std::get<std::string>(image);
   }
   std::string download(const std::string& image) {
@@ -109,13 +109,13 @@ TEST_F(WholeStackBlocks, ADataBlockIsMemoryFromItsDownloadToItsDeletion) {
   EXPECT_EQ(link.ag_WriteB("77", "99", "!", "D"), Value(true));
   EXPECT_EQ(upload("DB", "00077"), image.substr(0, 135) + "!") << "with the actual values";
   EXPECT_EQ(link.ag_WriteB("77", "100", "!", "D"), Value(false));
-  EXPECT_EQ(link.err, 5) << "of its size";
+  EXPECT_EQ(link.err(), 5) << "of its size";
 
   ASSERT_TRUE(test::connect_anew(link, plc));
   EXPECT_EQ(link.pg_DelBlock("DB", "00077"), Value(true));
   EXPECT_EQ(link.ag_WriteB("77", "0", "!", "D"), Value(false));
-  EXPECT_EQ(link.err, 10);
-  link.err = 0;
+  EXPECT_EQ(link.err(), 10);
+  link.err(0);
   ASSERT_TRUE(test::connect_anew(link, plc));
   link.Tzeit(test::kShort);
   EXPECT_EQ(outcome_of(link, [&] { return link.pg_ReadBlock("DB", "00077"); }), "empty, err 2109");

@@ -70,11 +70,11 @@ TEST_F(WholeStackClock, RunsOnFromWhatWasSetAndKnowsTheWeekday) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(set(c.time), Value());
-    EXPECT_EQ(link.err, 0);
-    EXPECT_TRUE(link.inuse) << "as it is after setting";
+    EXPECT_EQ(link.err(), 0);
+    EXPECT_TRUE(link.inuse()) << "as it is after setting";
     now += c.later;
     EXPECT_EQ(read(), c.shown);
-    EXPECT_FALSE(link.inuse);
+    EXPECT_FALSE(link.inuse());
   }
 }
 
@@ -97,7 +97,7 @@ TEST_F(WholeStackClock, Faults) {
       link.Tzeit(test::kShort);
       EXPECT_EQ(outcome_of(link, [&] { return reading ? link.pg_ReadClock() : set("2026 1 1"); }),
                 reading ? "7 elements, err 0" : "empty, err 0");
-      EXPECT_EQ(link.auftrag_Fehler, repeats);
+      EXPECT_EQ(link.auftrag_Fehler(), repeats);
     }
   }
 }

@@ -205,7 +205,7 @@ class Life {
   std::string outcome() {
     boxes_.clear();
     const std::string outcome = test::outcome_of(link_, [&] { return job_.call(link_, plc_); });
-    const int repeats = link_.auftrag_Fehler;
+    const int repeats = link_.auftrag_Fehler();
     return outcome + (repeats == 0 ? "" : ", " + std::to_string(repeats) + " repeats") + boxes_;
   }
 
@@ -278,12 +278,12 @@ TEST(ConnectionLife, AConnectionThatEndsAsItBegins) {
     plc.add_fault(fault);
     try {
       EXPECT_EQ(ini(local.link, plc), Value(false));
-      EXPECT_TRUE(local.link.err == 1 || local.link.err == 3) << local.link.err;
+      EXPECT_TRUE(local.link.err() == 1 || local.link.err() == 3) << local.link.err();
     } catch (const RuntimeError& error) {
       EXPECT_EQ(error.number(), kTcpWrongState);
       EXPECT_EQ(local.link.status_text(), "Connect Send Data");
     }
-    EXPECT_FALSE(local.link.s7init);
+    EXPECT_FALSE(local.link.s7init());
     EXPECT_TRUE(test::connect_anew(local.link, plc));
   }
 }

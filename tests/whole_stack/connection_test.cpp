@@ -24,7 +24,7 @@ TEST_F(WholeStack, AddressesThatLeadNowhere) {
   local.link.Tzeit(20);
   for (const char* address : {"0.0.0.0", "", "name.invalid", "127.0.0.1"}) {
     EXPECT_FALSE(local.link.ag_ini(address, "1", "1.0", "3.2")) << address;
-    EXPECT_EQ(local.link.err, 1) << address;
+    EXPECT_EQ(local.link.err(), 1) << address;
     EXPECT_EQ(local.link.status_text(), "");
   }
   for (const auto& [port, error] :

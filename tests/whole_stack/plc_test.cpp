@@ -58,7 +58,7 @@ TEST_F(WholeStack, StopAndStartShowInModeAndLamps) {
   EXPECT_EQ(plc.access([](sim::Plc& inside) { return inside.compressions; }), 1u);
   // 29 bytes before what it hands over: 4 + 8 bytes of heads and 7 lamps.
   EXPECT_EQ(boxes, (std::vector<std::string>{"69", "69"}));
-  EXPECT_EQ(link.err, 0);
+  EXPECT_EQ(link.err(), 0);
   link.ag_exit();
 }
 

@@ -216,7 +216,7 @@ TEST_F(WholeStack, WhatIsWrittenReadsBackInEveryAreaAndType) {
       check_double_word(access, static_cast<std::uint32_t>(random()));
       check_float(access, random_float(random));
     }
-    EXPECT_EQ(local.link.err, 0);
+    EXPECT_EQ(local.link.err(), 0);
     local.link.ag_exit();
   }
 }
@@ -276,7 +276,7 @@ TEST(WholeStackOfALargeDataBlock, IsWrittenUpToItsLastByte) {
     SCOPED_TRACE(address);
     EXPECT_EQ(outcome_of(local.link, [&]() -> Value { return access.write_bytes(address, "x"); }),
               "error 6, err 0, inuse, s7init");
-    local.link.inuse = false;
+    local.link.inuse(false);
   }
 }
 
@@ -337,10 +337,10 @@ TEST_F(WholeStack, WritesThatThePlcRefusesTellItsReturnCode) {
       const auto call = [&] { return write.call(local.link, c.block, c.address, c.area); };
       ASSERT_TRUE(test::connect_anew(local.link, c.plc));
       EXPECT_EQ(outcome_of(local.link, call), c.outcome);
-      const std::int32_t left = local.link.err;
+      const std::int32_t left = local.link.err();
       EXPECT_EQ(outcome_of(local.link, call), "false, err " + std::to_string(left))
           << "an err that the host leaves stops the next write";
-      local.link.err = 0;
+      local.link.err(0);
     }
   }
   EXPECT_TRUE(locked.access([](sim::Plc& inside) {
