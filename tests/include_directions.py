@@ -6,32 +6,36 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-SEAMS = ["src/control"]  # of which a platform may not see the control itself
-CORE = ["src/control", "src/convert", "src/protocol", "src/data", "src/plc", "src/blocks"]
-SYSTEMS = ["platform/posix", "platform/windows"]
-PLATFORM = SYSTEMS + ["platform/portable"]
+CORE = ["src/base", "src/convert", "src/protocol", "src/data", "src/plc", "src/blocks", "src/control"]
+PLATFORM = ["platform/posix", "platform/windows", "platform/portable"]
+
+# The folders of the command, each of which may include those before it.
+COMMAND = [f"cli/{name}" for name in ("text", "system", "watching", "link", "plc", "blocks", "host",
+                                      "help", "commands")]
 
 # Folder -> the other folders that its files may include.
 MAY_INCLUDE = {
-    "src/control": [],
-    "src/convert": ["src/control"],
-    "src/protocol": ["src/control", "src/convert"],
-    "src/data": ["src/control", "src/convert", "src/protocol"],
-    "src/plc": ["src/control", "src/convert", "src/protocol"],
-    "src/blocks": ["src/control", "src/convert", "src/protocol"],
-    "platform/portable": SEAMS,
-    "platform/posix": SEAMS + ["platform/portable"],
-    "platform/windows": SEAMS,
+    "src/base": [],
+    "src/convert": ["src/base"],
+    "src/protocol": ["src/base", "src/convert"],
+    "src/data": ["src/base", "src/convert", "src/protocol"],
+    "src/plc": ["src/base", "src/convert", "src/protocol"],
+    "src/blocks": ["src/base", "src/convert", "src/protocol"],
+    "src/control": CORE,
+    "platform/portable": ["src/base"],
+    "platform/posix": ["src/base", "platform/portable"],
+    "platform/windows": ["src/base", "platform/portable"],
     "activex": CORE + ["platform/windows"],
-    "sim": SYSTEMS,
-    "cli": CORE + PLATFORM + ["sim"],
+    "sim": ["src/base"] + PLATFORM,
+    **{folder: CORE + PLATFORM + ["sim"] + COMMAND[:place] for place, folder in enumerate(COMMAND)},
+    "cli": COMMAND,
     "bench": CORE + PLATFORM + ["activex", "sim"],
 }
 
 # Headers of Debian's libraries are for the command line and the benchmarks alone, the system's own for those that
 # have a system to deal with; the core gets by with the standard library.
 LIBRARIES = re.compile(r"(CLI|nlohmann|gtest|gmock|boost|benchmark)/")
-LIBRARY_USERS = ["bench", "cli"]
+LIBRARY_USERS = ["bench", "cli", *COMMAND]
 STANDARD = re.compile(r"[a-z_]+$")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
@@ -40,9 +44,10 @@ LINK = re.compile(r"target_link_libraries\(([^)]*)\)")
 
 
 def folder_of(path):
-    """The folder of the table that a file belongs to, or None."""
+    """The innermost folder of the table that a file belongs to, or None."""
     name = path.relative_to(ROOT).as_posix()
-    return next((folder for folder in MAY_INCLUDE if name.startswith(folder + "/")), None)
+    return max((folder for folder in MAY_INCLUDE if name.startswith(folder + "/")), key=len,
+               default=None)
 
 
 def included_file(path, name):
@@ -54,7 +59,7 @@ def faults_of_includes(path, folder):
     for bracket, name in INCLUDE.findall(path.read_text(errors="replace")):
         if bracket == "<":
             if LIBRARIES.match(name) and folder not in LIBRARY_USERS:
-                yield f"<{name}> is a library that only {', '.join(LIBRARY_USERS)} may use"
+                yield f"<{name}> is a library that only bench and cli may use"
             elif folder in CORE and not STANDARD.match(name):
                 yield f"<{name}> is no header of the standard library"
             continue
@@ -69,8 +74,6 @@ def faults_of_includes(path, folder):
             continue
         if other not in MAY_INCLUDE[folder]:
             yield f'"{name}" is in {other}, which {folder} may not include'
-        elif folder in PLATFORM and target.name == "plexum_link.h":
-            yield f'"{name}" is the control; {folder} may include its seams only'
 
 
 def targets_by_folder(files):
@@ -88,8 +91,8 @@ def faults_of_links(path, folder, owners):
 
 
 def main():
-    sources = [path for folder in MAY_INCLUDE for path in sorted((ROOT / folder).rglob("*"))
-               if path.suffix in (".h", ".cpp")]
+    sources = sorted({path for folder in MAY_INCLUDE for path in (ROOT / folder).rglob("*")
+                      if path.suffix in (".h", ".cpp")})
     lists = sorted(path for top in ("src", "platform", "activex", "sim", "cli", "bench")
                    for path in (ROOT / top).rglob("CMakeLists.txt"))
     strays = [path for top in ("src", "platform", "activex", "sim", "cli", "bench")

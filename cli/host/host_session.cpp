@@ -70,8 +70,8 @@ Value decoded_as(const Value& type, const Json& value) {
   }
   if (std::holds_alternative<bool>(type) && value.is_boolean()) return value.get<bool>();
   if (value.is_number()) {
-    if (std::holds_alternative<std::int32_t>(type)) return to_long(value.get<double>());
-    if (std::holds_alternative<std::int16_t>(type)) return to_integer(value.get<double>());
+    if (std::holds_alternative<std::int32_t>(type)) return to_int32(value.get<double>());
+    if (std::holds_alternative<std::int16_t>(type)) return to_int16(value.get<double>());
   }
   throw BadRequest("the value is not of the type " + std::string(type_name(type)));
 }
@@ -103,7 +103,7 @@ Reply wait(PlexumLink& link, const Json& arguments) {
     throw BadRequest("MsgWait takes one number");
   }
   const auto call = [&]() -> Value {
-    link.MsgWait(to_long(arguments[0].get<double>()));
+    link.MsgWait(to_int32(arguments[0].get<double>()));
     return {};
   };
   return {outcome_of(call), arguments};

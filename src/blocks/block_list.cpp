@@ -1,9 +1,10 @@
 // The list of the PLC's blocks of one type (userdata, block functions, list blocks of type). Only
 // the first part of a long list is asked for.
 
+#include "blocks/block_list.h"
+
 #include "base/integers.h"
 #include "base/runtime_error.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/block_type.h"
 #include "protocol/telegram.h"
@@ -29,17 +30,17 @@ double block_number(const std::string& entries, std::size_t index) {
 
 }  // namespace
 
-Value PlexumLink::pg_ListBlock(const std::string& Blocktype) {
-  if (!guard_and_begin()) return {};
+Value pg_ListBlock(RequestCycle& cycle, const std::string& Blocktype) {
+  if (!cycle.guard_and_begin()) return {};
   const std::string request = to_string(kListRequest) + block_type_code(Blocktype);
-  const std::string answer = exchange_with_repeats([&] { return request; }, kAnswerLength);
+  const std::string answer = cycle.exchange_with_repeats([&] { return request; }, kAnswerLength);
 
   if (answer.size() == kEntries) {
-    err_ = 0;  // and inuse stays true
+    cycle.err = 0;  // and inuse stays true
     return VariantArray{0, {Value()}};
   }
   const std::string entries = bytes_from(answer, kEntries);
-  inuse_ = false;
+  cycle.inuse = false;
   const auto count = half_even(static_cast<double>(entries.size()) / kEntryLength);
   VariantArray numbers;
   for (std::size_t index = 0; index < entries.size(); index += kEntryLength) {
@@ -50,7 +51,7 @@ Value PlexumLink::pg_ListBlock(const std::string& Blocktype) {
     numbers.elements.emplace_back(number);
   }
   if (numbers.elements.empty()) throw RuntimeError(kSubscriptOutOfRange);
-  err_ = 0;
+  cycle.err = 0;
   return numbers;
 }
 

@@ -1,9 +1,10 @@
 // The PLC's clock (userdata, time functions). Date and time travel as BCD bytes, and so as the
 // hexadecimal digits of texts. Neither member sees an error in the PLC's answer.
 
+#include "blocks/clock.h"
+
 #include "base/runtime_error.h"
 #include "blocks/texts.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/telegram.h"
 
@@ -41,26 +42,26 @@ char bcd_byte(const std::string& digits) { return byte_from_code(hextowert(digit
 
 }  // namespace
 
-Value PlexumLink::pg_ReadClock() {
-  if (!guard_and_begin()) return {};
+Value pg_ReadClock(RequestCycle& cycle) {
+  if (!cycle.guard_and_begin()) return {};
   const std::string answer =
-      exchange_with_repeats([] { return to_string(kReadClock); }, kReadAnswerLength);
-  inuse_ = false;
+      cycle.exchange_with_repeats([] { return to_string(kReadClock); }, kReadAnswerLength);
+  cycle.inuse = false;
   VariantArray texts;
   texts.elements.emplace_back(digits(answer, kCentury, 2));
   for (std::size_t index = kCentury + 2; index < kCentury + 7; ++index) {
     texts.elements.emplace_back(digits(answer, index, 1));
   }
   texts.elements.emplace_back(digits(answer, kCentury + 7, 2));
-  err_ = 0;  // a time-out shows in s7init and auftrag_Fehler only
+  cycle.err = 0;  // a time-out shows in s7init and auftrag_Fehler only
   return texts;
 }
 
-Value PlexumLink::pg_SetClock(const std::string& strYear, const std::string& strMonth,
-                              const std::string& strDay, const std::string& strHour,
-                              const std::string& strMinute, const std::string& strSecond,
-                              const std::string& strMsec) {
-  if (!guard_and_begin()) return {};
+Value pg_SetClock(RequestCycle& cycle, const std::string& strYear, const std::string& strMonth,
+                  const std::string& strDay, const std::string& strHour,
+                  const std::string& strMinute, const std::string& strSecond,
+                  const std::string& strMsec) {
+  if (!cycle.guard_and_begin()) return {};
   const auto telegram = [&] {
     // The first two digits of the milliseconds go out twice; the last digit and the weekday are
     // the PLC's to make of that.
@@ -76,8 +77,8 @@ Value PlexumLink::pg_SetClock(const std::string& strYear, const std::string& str
                                 milliseconds};
     return to_string(kSetClock) + fields;
   };
-  exchange_with_repeats(telegram, kSetAnswerLength);
-  err_ = 0;
+  cycle.exchange_with_repeats(telegram, kSetAnswerLength);
+  cycle.err = 0;
   return {};
 }
 

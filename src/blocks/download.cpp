@@ -2,10 +2,11 @@
 // block (1B) and download ended (1C), and the control answers them with the parts of the image.
 // The service "_INSE" then has the PLC take the block into use.
 
+#include "blocks/download.h"
+
 #include <algorithm>
 
 #include "blocks/texts.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/block_type.h"
 #include "protocol/telegram.h"
@@ -48,89 +49,85 @@ constexpr double kAnswerLength = 20;
 constexpr double kPlcJobLength = 35;
 constexpr WaitLimit kStoreLimit{60, 0};  // the PLC may be slow to store a part
 
-std::int32_t word_at(const std::string& image, std::size_t index) {
-  const std::int32_t high = code_at(image, index);
-  return 256 * high + code_at(image, index + 1);
+// The answer to the PLC's job `reference` with the part of the image from `offset` on.
+std::string part_answer(const std::string& image, std::size_t offset,
+                        const std::string& reference) {
+  const std::string part = bytes_from(image, offset, kPartSize);
+  const auto length = static_cast<double>(part.size());
+  std::string answer = to_string(kPartAnswer);
+  answer.replace(kTpktLength, 2, word_bytes(length + kPartAnswer.size()));
+  answer.replace(kPduReference, 2, reference);
+  answer.replace(kDataLength, 2, word_bytes(length + kPartHeader));
+  // Set for every full part, so also for the last one of an image whose length is a multiple of
+  // the part's: PLCs go by the length announced.
+  answer[kMoreFollows] = part.size() >= kPartSize ? '\x01' : '\x00';
+  answer.replace(kPartLength, 2, word_bytes(length));
+  return answer + part;
+}
+
+// The err of a refused download, whose class and code are shown to the user first.
+std::int32_t shown_refusal(RequestCycle& cycle, const std::string& answer) {
+  cycle.environment.show_message_box(std::to_string(code_at(answer, kErrorClass)));
+  cycle.environment.show_message_box(std::to_string(code_at(answer, kErrorCode)));
+  return error_number(answer);
 }
 
 }  // namespace
 
-// The answer to the PLC's job `reference` with the part of the image from `offset` on.
-std::string PlexumLink::part_answer(const std::string& image, std::size_t offset,
-                                    const std::string& reference) {
-  const std::string part = bytes_from(image, offset, kPartSize);
-  const auto length = static_cast<double>(part.size());
-  std::string answer = to_string(kPartAnswer);
-  answer.replace(kTpktLength, 2, wordtobeyt(text(length + kPartAnswer.size())));
-  answer.replace(kPduReference, 2, reference);
-  answer.replace(kDataLength, 2, wordtobeyt(text(length + kPartHeader)));
-  // Set for every full part, so also for the last one of an image whose length is a multiple of
-  // the part's: PLCs go by the length announced.
-  answer[kMoreFollows] = part.size() >= kPartSize ? '\x01' : '\x00';
-  answer.replace(kPartLength, 2, wordtobeyt(text(length)));
-  return answer + part;
-}
-
-Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
-  if (!guard_and_begin()) return {};
+Value pg_WriteBlock(RequestCycle& cycle, const std::string& MCS7Code) {
+  if (!cycle.guard_and_begin()) return {};
   const std::string image = MCS7Code;  // the host may change its variable while this waits
-  const std::string block =
-      block_type_code(code_at(image, kImageType)) + fillzero(text(word_at(image, kImageNumber)), 5);
+  const std::string block = block_type_code(code_at(image, kImageType)) +
+                            fillzero(std::to_string(word_at(image, kImageNumber)), 5);
   std::string request = to_string(kRequestDownload) + block +
                         "P\x0D"
                         "1";
-  request += fillzero(text(static_cast<double>(image.size())), 6);
-  request += fillzero(text(word_at(image, kImageCodeLength)), 6);
-  send_if_connected(request);
-  status_text_ = "Read Wait Data";
-  if (!wait_for_bytes(kAnswerLength)) {
-    status_text_ = "Read Exit";
-    err_ = connected() ? shown_refusal(tcp_client_.GetData()) : 3;
-    environment_.process_messages();
-    drop_connection_state();
+  request += fillzero(std::to_string(image.size()), 6);
+  request += fillzero(std::to_string(word_at(image, kImageCodeLength)), 6);
+  cycle.send_if_connected(request);
+  cycle.status_text = "Read Wait Data";
+  if (!cycle.wait_for_bytes(kAnswerLength)) {
+    cycle.status_text = "Read Exit";
+    cycle.err = cycle.connected() ? shown_refusal(cycle, cycle.tcp_client.GetData()) : 3;
+    cycle.environment.process_messages();
+    cycle.drop_connection_state();
     return {};
   }
-  take_if_connected();
+  cycle.take_or_nothing();
 
-  status_text_ = "Read Wait Data";
-  if (!wait_for_bytes(kPlcJobLength)) {
-    end_transfer_after_timeout();
+  cycle.status_text = "Read Wait Data";
+  if (!cycle.wait_for_bytes(kPlcJobLength)) {
+    cycle.end_transfer_after_timeout();
     return {};
   }
-  std::string reference = bytes_from(tcp_client_.GetData(), kPduReference, 2);
-  inuse_ = false;  // for good: the parts go out without it
-  status_text_ = "Send/Receive Ready";
-  err_ = 0;
+  std::string reference = bytes_from(cycle.tcp_client.GetData(), kPduReference, 2);
+  cycle.inuse = false;  // for good: the parts go out without it
+  cycle.status_text = "Send/Receive Ready";
+  cycle.err = 0;
 
   for (std::size_t offset = 0; offset < image.size(); offset += kPartSize) {
-    send_if_connected(part_answer(image, offset, reference));
-    status_text_ = "Read Wait Data";
-    environment_.process_messages();
-    if (!wait_for_bytes(kPlcJobLength, kStoreLimit)) {
-      end_transfer_after_timeout();
+    cycle.send_if_connected(part_answer(image, offset, reference));
+    cycle.status_text = "Read Wait Data";
+    cycle.environment.process_messages();
+    if (!cycle.wait_for_bytes(kPlcJobLength, kStoreLimit)) {
+      cycle.end_transfer_after_timeout();
       return {};
     }
-    reference = bytes_from(tcp_client_.GetData(), kPduReference, 2);
+    reference = bytes_from(cycle.tcp_client.GetData(), kPduReference, 2);
   }
 
-  send_if_connected(to_string(kEndedAnswer).replace(kPduReference, 2, reference));
-  send_if_connected(to_string(kInsertHead) + block + to_string(kInsertTail));
-  status_text_ = "Read Wait Data";
-  environment_.process_messages();
-  if (!wait_for_bytes(kAnswerLength)) {
-    end_transfer_after_timeout();
+  cycle.send_if_connected(to_string(kEndedAnswer).replace(kPduReference, 2, reference));
+  cycle.send_if_connected(to_string(kInsertHead) + block + to_string(kInsertTail));
+  cycle.status_text = "Read Wait Data";
+  cycle.environment.process_messages();
+  if (!cycle.wait_for_bytes(kAnswerLength)) {
+    cycle.end_transfer_after_timeout();
     return {};
   }
-  const std::string answer = tcp_client_.GetData();
-  inuse_ = false;
-  err_ = error_number(answer);
+  const std::string answer = cycle.tcp_client.GetData();
+  cycle.inuse = false;
+  cycle.err = error_number(answer);
   return {};
-}
-
-std::int32_t PlexumLink::shown_refusal(const std::string& answer) {
-  environment_.show_message_box(text(code_at(answer, kErrorClass)));
-  environment_.show_message_box(text(code_at(answer, kErrorCode)));
-  return error_number(answer);
 }
 
 }  // namespace plexum

@@ -3,8 +3,6 @@
 #include <charconv>
 #include <system_error>
 
-#include "convert/byte_strings.h"
-
 namespace plexum {
 
 std::string fillzero(const std::string& text, std::size_t width) {
@@ -13,14 +11,6 @@ std::string fillzero(const std::string& text, std::size_t width) {
   const std::string digits =
       first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
   return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
-}
-
-std::string beyttodword(const std::string& bytes) {
-  std::uint32_t number = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    number = number << 8 | static_cast<std::uint32_t>(code_at(bytes, i));
-  }
-  return std::to_string(number);
 }
 
 std::string beyttohex(std::uint8_t byte) {

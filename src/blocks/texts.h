@@ -11,10 +11,6 @@ namespace plexum {
 // `text` without the blanks around it, with zeros in front up to `width` characters.
 std::string fillzero(const std::string& text, std::size_t width);
 
-// The 32-bit number in the first four bytes, big-endian, as decimal text; error 5 when there are
-// fewer.
-std::string beyttodword(const std::string& bytes);
-
 // A byte as two hexadecimal digits in upper case.
 std::string beyttohex(std::uint8_t byte);
 

@@ -2,8 +2,9 @@
 // upload (1F). The PLC's refusals are short answers, so they show as time-outs whose err is the
 // PLC's error.
 
+#include "blocks/upload.h"
+
 #include "base/integers.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/block_type.h"
 #include "protocol/telegram.h"
@@ -40,44 +41,44 @@ std::string with_id(const std::array<char, N>& telegram, const std::string& id) 
 
 }  // namespace
 
-Value PlexumLink::pg_ReadBlock(const std::string& Blocktype, const std::string& Blocknr) {
-  if (!guard_and_begin()) return {};
-  send_if_connected(to_string(kStartUpload) + block_type_code(Blocktype) + Blocknr + "A");
-  status_text_ = "Read Wait Data";
-  if (!wait_for_bytes(kAnswerLength)) {
-    end_transfer_after_timeout();
+Value pg_ReadBlock(RequestCycle& cycle, const std::string& Blocktype, const std::string& Blocknr) {
+  if (!cycle.guard_and_begin()) return {};
+  cycle.send_if_connected(to_string(kStartUpload) + block_type_code(Blocktype) + Blocknr + "A");
+  cycle.status_text = "Read Wait Data";
+  if (!cycle.wait_for_bytes(kAnswerLength)) {
+    cycle.end_transfer_after_timeout();
     return {};
   }
-  std::string answer = take_if_connected();
+  std::string answer = cycle.take_or_nothing();
   const std::string id = bytes_from(answer, kUploadId, 2);
-  status_text_ = "Send/Receive Ready";
+  cycle.status_text = "Send/Receive Ready";
 
   std::string image;
   std::int16_t counter = 0;
   do {
-    counter = to_integer(counter + 1.0);
+    counter = to_int16(counter + 1.0);
     std::string request = with_id(kUpload, id);
-    request.replace(kPduReference, 2, wordtobeyt(text(counter)));
-    send_if_connected(request);
-    status_text_ = "Read Wait Data";
-    if (!wait_for_bytes(kAnswerLength, kUploadLimit)) {
-      end_transfer_after_timeout();
+    request.replace(kPduReference, 2, word_bytes(counter));
+    cycle.send_if_connected(request);
+    cycle.status_text = "Read Wait Data";
+    if (!cycle.wait_for_bytes(kAnswerLength, kUploadLimit)) {
+      cycle.end_transfer_after_timeout();
       return counter > 1 ? Value(image) : Value();
     }
-    take_if_connected(answer);
+    cycle.take_or_keep(answer);
     image += bytes_from(answer, kPart);
   } while (code_at(answer, kStatus) == 1);
 
-  send_if_connected(with_id(kEndUpload, id));
-  status_text_ = "Read Wait Data";
-  if (!wait_for_bytes(kEndAnswerLength)) {
-    end_transfer_after_timeout();
+  cycle.send_if_connected(with_id(kEndUpload, id));
+  cycle.status_text = "Read Wait Data";
+  if (!cycle.wait_for_bytes(kEndAnswerLength)) {
+    cycle.end_transfer_after_timeout();
     return image;
   }
-  tcp_client_.GetData();
-  inuse_ = false;
-  status_text_ = "Send/Receive Ready";
-  err_ = 0;
+  cycle.tcp_client.GetData();
+  cycle.inuse = false;
+  cycle.status_text = "Send/Receive Ready";
+  cycle.err = 0;
   return image;
 }
 

@@ -1,100 +1,152 @@
 #include "control/plexum_link.h"
 
-#include <optional>
-
-#include "base/integers.h"
-#include "base/runtime_error.h"
+#include "blocks/block_list.h"
+#include "blocks/clock.h"
+#include "blocks/download.h"
+#include "blocks/upload.h"
+#include "convert/byte_strings.h"
+#include "convert/float_bits.h"
+#include "data/read.h"
+#include "data/write.h"
+#include "plc/services.h"
+#include "plc/state_lists.h"
+#include "protocol/connection.h"
 
 namespace plexum {
-namespace {
 
-constexpr const char* kDefaultAddress = "0.0.0.0";
-constexpr const char* kDefaultTsap = "0";
-constexpr std::int32_t kDefaultTzeit = 100;
+void PlexumLink::MsgWait(std::int32_t ms) { cycle_.MsgWait(ms); }
 
-// The number that a container stored, if it stored one.
-std::optional<double> stored_number(const Value& stored) {
-  if (const auto* number = std::get_if<std::int32_t>(&stored)) return *number;
-  if (const auto* number = std::get_if<std::int16_t>(&stored)) return *number;
-  if (const auto* number = std::get_if<double>(&stored)) return *number;
-  return std::nullopt;
+Value PlexumLink::ag_Read(const std::string& DBNr, const std::string& anzby,
+                          const std::string& startad, const std::string& Datenart,
+                          const std::string& Spsarts) {
+  return plexum::ag_Read(cycle_, DBNr, anzby, startad, Datenart, Spsarts);
 }
 
-// A container may hand back another type than went in; these read it as the property's own.
-std::string stored_text(const Value& stored, HostEnvironment& environment) {
-  if (const auto* text = std::get_if<std::string>(&stored)) return *text;
-  if (const auto number = stored_number(stored)) return environment.text_from_number(*number);
-  if (stored.is_empty()) return {};
-  throw RuntimeError(kTypeMismatch);
+Value PlexumLink::ag_ReadB(const std::string& DBNr, const std::string& anzby,
+                           const std::string& startad_w, const std::string& Datenart,
+                           const std::string& Spsarts) {
+  return plexum::ag_ReadB(cycle_, DBNr, anzby, startad_w, Datenart, Spsarts);
 }
 
-std::int32_t stored_long(const Value& stored, HostEnvironment& environment) {
-  if (const auto* text = std::get_if<std::string>(&stored)) {
-    return to_long(environment.number_from_text(*text));
-  }
-  if (const auto number = stored_number(stored)) return to_long(*number);
-  if (stored.is_empty()) return 0;
-  throw RuntimeError(kTypeMismatch);
+Value PlexumLink::pg_plcstop() { return plexum::pg_plcstop(cycle_); }
+
+Value PlexumLink::pg_plcstart() { return plexum::pg_plcstart(cycle_); }
+
+Value PlexumLink::pg_plcErase() { return plexum::pg_plcErase(cycle_); }
+
+Value PlexumLink::pg_Ramtorom() { return plexum::pg_Ramtorom(cycle_); }
+
+Value PlexumLink::pg_plccompress() { return plexum::pg_plccompress(cycle_); }
+
+Value PlexumLink::pg_plcRunMode() { return plexum::pg_plcRunMode(cycle_); }
+
+Value PlexumLink::pg_ReadBlock(const std::string& Blocktype, const std::string& Blocknr) {
+  return plexum::pg_ReadBlock(cycle_, Blocktype, Blocknr);
 }
 
-}  // namespace
-
-PlexumLink::PlexumLink(HostEnvironment& environment, TcpClient& tcp_client)
-    : environment_(environment), tcp_client_(tcp_client) {
-  UserControl_InitProperties();
+Value PlexumLink::pg_WriteBlock(const std::string& MCS7Code) {
+  return plexum::pg_WriteBlock(cycle_, MCS7Code);
 }
 
-void PlexumLink::MsgWait(std::int32_t ms) {
-  // A negative time would be an endless wait to most window systems; it is none here, so that no
-  // argument hangs the host, and like any wait of no length it processes no messages.
-  const std::uint32_t start = environment_.tick_count();
-  environment_.wait_for_input(ms > 0 ? static_cast<std::uint32_t>(ms) : 0);
-  const std::uint32_t elapsed = environment_.tick_count() - start;
-  if (static_cast<std::int32_t>(elapsed) < ms) environment_.process_messages();
+Value PlexumLink::pg_ListBlock(const std::string& Blocktype) {
+  return plexum::pg_ListBlock(cycle_, Blocktype);
+}
+
+bool PlexumLink::ag_WriteX(const std::string& db, std::string& startad, const std::string& wert,
+                           const std::string& Spsarts, const std::string& bitadd) {
+  return plexum::ag_WriteX(cycle_, db, startad, wert, Spsarts, bitadd);
+}
+
+Value PlexumLink::ag_WriteB(const std::string& db, const std::string& startad_w,
+                            const std::string& wert, const std::string& Spsarts) {
+  return plexum::ag_WriteB(cycle_, db, startad_w, wert, Spsarts);
+}
+
+Value PlexumLink::ag_WriteMB(const std::string& db, std::string& startad,
+                             const std::string& wertBytesstring, const std::string& Spsarts) {
+  return plexum::ag_WriteMB(cycle_, db, startad, wertBytesstring, Spsarts);
+}
+
+bool PlexumLink::ag_WriteF(const std::string& DBNr, std::string& startad, std::string& wert,
+                           const std::string& Spsarts) {
+  return plexum::ag_WriteF(cycle_, DBNr, startad, wert, Spsarts);
+}
+
+bool PlexumLink::ag_WriteD(const std::string& DBNr, std::string& startad, std::string& wert,
+                           const std::string& Spsarts) {
+  return plexum::ag_WriteD(cycle_, DBNr, startad, wert, Spsarts);
+}
+
+bool PlexumLink::ag_WriteW(const std::string& DBNr, const std::string& startad,
+                           const std::string& wert, const std::string& Spsarts) {
+  return plexum::ag_WriteW(cycle_, DBNr, startad, wert, Spsarts);
+}
+
+bool PlexumLink::ag_ini(const std::string& TCPIPRemote, const std::string& PortRemote,
+                        const std::string& TsapE, const std::string& TsapF) {
+  return plexum::ag_ini(cycle_, TCPIPRemote, PortRemote, TsapE, TsapF);
+}
+
+Value PlexumLink::pg_ReadClock() { return plexum::pg_ReadClock(cycle_); }
+
+Value PlexumLink::pg_SetClock(const std::string& strYear, const std::string& strMonth,
+                              const std::string& strDay, const std::string& strHour,
+                              const std::string& strMinute, const std::string& strSecond,
+                              const std::string& strMsec) {
+  return plexum::pg_SetClock(cycle_, strYear, strMonth, strDay, strHour, strMinute, strSecond,
+                             strMsec);
+}
+
+std::string PlexumLink::wordtobeyt(const std::string& wert) {
+  return plexum::wordtobeyt(wert, cycle_.environment);
+}
+
+std::string PlexumLink::dwordtobeyt(std::string& wert) {
+  return plexum::dwordtobeyt(wert, cycle_.environment);
+}
+
+std::string PlexumLink::flottobeyt(std::string& wert) {
+  return plexum::flottobeyt(wert, cycle_.environment);
+}
+
+std::string PlexumLink::wordtobeytadd(std::string& wert) {
+  return plexum::wordtobeytadd(wert, cycle_.environment);
+}
+
+std::string PlexumLink::beyttoword(std::string& wert1, std::string& wert2) {
+  return plexum::beyttoword(wert1, wert2, cycle_.environment);
+}
+
+std::int32_t PlexumLink::xor_str(const std::string& strlan) { return plexum::xor_str(strlan); }
+
+bool PlexumLink::ag_exit() { return plexum::ag_exit(cycle_); }
+
+Value PlexumLink::pg_DelBlock(const std::string& Blocktype, const std::string& Blocknr) {
+  return plexum::pg_DelBlock(cycle_, Blocktype, Blocknr);
 }
 
 void PlexumLink::CP_IP(const std::string& value) {
-  CP_IP_ = value;
-  environment_.property_changed("CP_IP");
+  cycle_.properties.CP_IP = value;
+  cycle_.environment.property_changed("CP_IP");
 }
 
 void PlexumLink::TsapF(const std::string& value) {
-  TsapF_ = value;
-  environment_.property_changed("TsapF");
+  cycle_.properties.TsapF = value;
+  cycle_.environment.property_changed("TsapF");
 }
 
 void PlexumLink::TsapE(const std::string& value) {
-  TsapE_ = value;
-  environment_.property_changed("TsapE");
+  cycle_.properties.TsapE = value;
+  cycle_.environment.property_changed("TsapE");
 }
 
 void PlexumLink::Tzeit(std::int32_t value) {
-  Tzeit_ = value;
-  environment_.property_changed("Tzeit");
+  cycle_.properties.Tzeit = value;
+  cycle_.environment.property_changed("Tzeit");
 }
 
-void PlexumLink::UserControl_InitProperties() {
-  CP_IP_ = kDefaultAddress;
-  TsapF_ = kDefaultTsap;
-  TsapE_ = kDefaultTsap;
-  Tzeit_ = kDefaultTzeit;
-}
+Value PlexumLink::pg_SZL() { return plexum::pg_SZL(cycle_); }
 
-// Each value is stored as it is read, so a bag that fails half-way leaves the earlier ones loaded.
-void PlexumLink::UserControl_ReadProperties(PropertyBag& bag) {
-  CP_IP_ = stored_text(bag.ReadProperty("CP_IP", std::string(kDefaultAddress)), environment_);
-  TsapF_ = stored_text(bag.ReadProperty("TsapF", std::string(kDefaultTsap)), environment_);
-  TsapE_ = stored_text(bag.ReadProperty("TsapE", std::string(kDefaultTsap)), environment_);
-  Tzeit_ = stored_long(bag.ReadProperty("Tzeit", kDefaultTzeit), environment_);
-}
-
-void PlexumLink::UserControl_WriteProperties(PropertyBag& bag) const {
-  bag.WriteProperty("CP_IP", CP_IP_, std::string(kDefaultAddress));
-  bag.WriteProperty("TsapF", TsapF_, std::string(kDefaultTsap));
-  bag.WriteProperty("TsapE", TsapE_, std::string(kDefaultTsap));
-  bag.WriteProperty("Tzeit", Tzeit_, kDefaultTzeit);
-}
-
-void PlexumLink::Timer1_Timer() { status_label_ = status_text_; }
+void PlexumLink::Timer1_Timer() { status_label_ = cycle_.status_text; }
 
 }  // namespace plexum

@@ -1,24 +1,15 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 
 #include "base/host_environment.h"
 #include "base/property_bag.h"
 #include "base/tcp_client.h"
 #include "base/value.h"
+#include "protocol/request_cycle.h"
 
 namespace plexum {
-
-// How many wait slices a wait may last: factor * Tzeit + extra. A wait gives up in the slice after
-// that number; a limit of 0 or less allows one slice.
-struct WaitLimit {
-  std::int64_t factor = 1;
-  std::int64_t extra = 0;
-};
 
 // The control: one connection to one S7 PLC. Every job is synchronous: it sends a telegram and
 // waits for the answer in slices of MsgWait(1), in which the host's messages are processed, so the
@@ -30,29 +21,30 @@ struct WaitLimit {
 // client failed, and the state is then as far as the method had got.
 //
 // The control must stay alive while one of its methods runs, waits included; its owner sees to
-// that. Members are in the order of the dispatch interface; each is defined in the folder of its
-// subsystem.
+// that. Members are in the order of the dispatch interface. What each does stands in the folder of
+// its subsystem: data/, plc/, blocks/, convert/, protocol/.
 class PlexumLink {
  public:
   // Both must outlive the control.
-  PlexumLink(HostEnvironment& environment, TcpClient& tcp_client);
+  PlexumLink(HostEnvironment& environment, TcpClient& tcp_client)
+      : cycle_(environment, tcp_client) {}
 
   // -- state variables, open to the host for reading and writing
 
   // Result of the last connection attempt or job: 0 no error; 1 no TCP connection in time; 3 no
   // reply in time; 4 not connected when a job started; otherwise an error_number of the PLC or a
   // write's return code. A value left here makes most jobs refuse to start.
-  [[nodiscard]] std::int32_t err() const { return err_; }
-  void err(std::int32_t value) { err_ = value; }
+  [[nodiscard]] std::int32_t err() const { return cycle_.err; }
+  void err(std::int32_t value) { cycle_.err = value; }
   // A job is between sending its request and handling its reply.
-  [[nodiscard]] bool inuse() const { return inuse_; }
-  void inuse(bool value) { inuse_ = value; }
+  [[nodiscard]] bool inuse() const { return cycle_.inuse; }
+  void inuse(bool value) { cycle_.inuse = value; }
   // The connection is set up. Jobs connect by themselves while this is false.
-  [[nodiscard]] bool s7init() const { return s7init_; }
-  void s7init(bool value) { s7init_ = value; }
-  // Error of the last data job, or repeated attempts of the clock and list jobs.
-  [[nodiscard]] std::int16_t auftrag_Fehler() const { return auftrag_Fehler_; }
-  void auftrag_Fehler(std::int16_t value) { auftrag_Fehler_ = value; }
+  [[nodiscard]] bool s7init() const { return cycle_.s7init; }
+  void s7init(bool value) { cycle_.s7init = value; }
+  // How often the clock and list jobs repeated their request; data jobs set it to 0.
+  [[nodiscard]] std::int16_t auftrag_Fehler() const { return cycle_.auftrag_Fehler; }
+  void auftrag_Fehler(std::int16_t value) { cycle_.auftrag_Fehler = value; }
 
   // -- methods
 
@@ -81,7 +73,8 @@ class PlexumLink {
   // Erases the PLC's memory.
   Value pg_plcErase();
 
-  // Copies the work memory (RAM) to the load memory (ROM).
+  // Copies the work memory (RAM) to the load memory (ROM). The telegram's TPKT header promises two
+  // bytes more than it has; a PLC that waits for them answers after the next job, or never.
   Value pg_Ramtorom();
 
   // Compresses the PLC's memory.
@@ -101,7 +94,7 @@ class PlexumLink {
 
   // The numbers of the PLC's blocks of a type as Doubles, lower bound 1, as far as the first part
   // of its answer has them; for an empty list one empty element with index 0 (inuse then stays
-  // true). Error 9 for an answer that is no list.
+  // true). Error 9 for an answer that ends before the list or in the middle of a number.
   Value pg_ListBlock(const std::string& Blocktype);
 
   // Writes one bit: `wert` (0 or 1) to bit `bitadd` of byte `startad`. `startad` is left with the
@@ -160,7 +153,7 @@ class PlexumLink {
   std::string flottobeyt(std::string& wert);
 
   // Decimal text to 3 bytes, big-endian, the form of an S7 bit address. `wert` is left with the
-  // remainder as text when it was above 65534.
+  // remainder below 65535 as text when it was above 65534.
   std::string wordtobeytadd(std::string& wert);
 
   // The decimal texts of two bytes (`wert2` and 256 times `wert1`) joined, as a number minus 65536
@@ -178,14 +171,14 @@ class PlexumLink {
 
   // -- properties; a let tells the container
 
-  [[nodiscard]] std::string CP_IP() const { return CP_IP_; }
+  [[nodiscard]] std::string CP_IP() const { return cycle_.properties.CP_IP; }
   void CP_IP(const std::string& value);
-  [[nodiscard]] std::string TsapF() const { return TsapF_; }
+  [[nodiscard]] std::string TsapF() const { return cycle_.properties.TsapF; }
   void TsapF(const std::string& value);
-  [[nodiscard]] std::string TsapE() const { return TsapE_; }
+  [[nodiscard]] std::string TsapE() const { return cycle_.properties.TsapE; }
   void TsapE(const std::string& value);
   // The time-out of every wait, in slices of MsgWait(1).
-  [[nodiscard]] std::int32_t Tzeit() const { return Tzeit_; }
+  [[nodiscard]] std::int32_t Tzeit() const { return cycle_.properties.Tzeit; }
   void Tzeit(std::int32_t value);
 
   // Reads system state list 0x0119 (the lamps), shows the answer's length in a message box and
@@ -203,102 +196,13 @@ class PlexumLink {
   void Timer1_Timer();
 
   // The name of the current step, and the captions of the two labels that change.
-  [[nodiscard]] const std::string& status_text() const { return status_text_; }
+  [[nodiscard]] const std::string& status_text() const { return cycle_.status_text; }
   [[nodiscard]] const std::string& StatusLabel() const { return status_label_; }
-  [[nodiscard]] const std::string& StateLabel() const { return state_label_; }
+  [[nodiscard]] const std::string& StateLabel() const { return cycle_.state_label; }
 
  private:
-  // -- the pieces of the request cycle that jobs compose (protocol/request_cycle.cpp)
-
-  // Connects if s7init is false. False: err tells why, the job ends with its empty result.
-  bool connect_on_demand();
-  // Whether the TCP client is connected.
-  bool connected();
-  // err becomes 4 while not connected. False: err, also one of an earlier job, forbids to send.
-  bool ready();
-  // The guard of the writes and control jobs: connects on demand, and drops the connection's state
-  // when it refuses.
-  bool guard();
-  // The guard of the block and clock jobs: besides, clears auftrag_Fehler and err, and begins.
-  bool guard_and_begin();
-  // The refusal and the end of a time-out: no job in progress, and the next job reconnects.
-  void drop_connection_state();
-  void send_if_connected(const std::string& telegram);
-  // Waits in slices of MsgWait(1) until `done`. False: the limit ran out.
-  bool wait_until(const std::function<bool()>& done, WaitLimit limit = {});
-  // Waits until `wanted` bytes have arrived and are not taken yet.
-  bool wait_for_bytes(double wanted, WaitLimit limit = {});
-  // Everything that has arrived, or nothing while not connected.
-  std::string take_if_connected();
-  // The same, but while not connected `answer` stays what it was.
-  void take_if_connected(std::string& answer);
-  // Takes the `fragment` of an answer; the err of the time-out: its error_number, or 3.
-  std::int32_t err_of_fragment(std::string& fragment);
-  // The common ending of a time-out. The fragment that had arrived, for jobs that look at an answer
-  // all the same.
-  std::string end_after_timeout();
-  // The ending of a time-out in an upload or download, whose err may be 0.
-  void end_transfer_after_timeout();
-  // The whole cycle of the services and state lists. The answer, after a time-out usually an empty
-  // one; nothing when the guard refused.
-  std::optional<std::string> control_job(const std::string& telegram, const char* waiting_text,
-                                         double answer_length);
-  // The exchange of the clock and list jobs: up to three attempts, counted in auftrag_Fehler, until
-  // an answer of some length comes. `telegram` is made anew for each.
-  std::string exchange_with_repeats(const std::function<std::string()>& telegram,
-                                    double answer_length);
-
-  // -- parts of the jobs
-
-  // Takes a write's answer, in place of what a time-out left, and err from its return code
-  // (data/write.cpp).
-  void take_return_code(std::string answer);
-  // True when the service was answered in time; empty when the guard refused (plc/services.cpp).
-  Value service(const std::string& telegram, const char* waiting_text, double answer_length);
-  // The answer to the PLC's download-block job `reference`, with the part of `image` from `offset`
-  // on; and the err of a refused download, shown in two message boxes (blocks/download.cpp).
-  std::string part_answer(const std::string& image, std::size_t offset,
-                          const std::string& reference);
-  std::int32_t shown_refusal(const std::string& answer);
-  // Asks for the PLC's messages to programming devices; no member of the interface needs it. Raises
-  // error 424 in the end (plc/state_lists.cpp).
-  void pg_MessageService();
-  friend class MessageServiceTest;
-
-  // -- numbers in texts, by the host's locale
-
-  double number(const std::string& text) { return environment_.number_from_text(text); }
-  std::string text(double number) { return environment_.text_from_number(number); }
-
-  // -- private conversions
-
-  // wordtobeyt of the integer part (data/read.cpp).
-  std::string integer_to_bytes(const std::string& wert);
-  // The two bytes of a TSAP text "a.b" (protocol/connection.cpp).
-  std::string tsap_bytes(const std::string& tsap);
-  std::int16_t tsap_byte(const std::string& part);
-  // 8 bits as text, most significant first; a message box and an empty text from 256 on
-  // (convert/float_bits.cpp).
-  std::string bits_from_byte(std::int32_t value);
-
-  HostEnvironment& environment_;
-  TcpClient& tcp_client_;
-
-  std::int32_t err_ = 0;
-  bool inuse_ = false;
-  bool s7init_ = false;
-  std::int16_t auftrag_Fehler_ = 0;
-
-  std::string CP_IP_ = "0.0.0.0";
-  std::string TsapE_ = "0";
-  std::string TsapF_ = "0";
-  std::int32_t Tzeit_ = 100;
-
-  std::string status_text_;
+  RequestCycle cycle_;
   std::string status_label_;
-  std::string state_label_ = "0";
-  // The fixed head of a read request; empty until ag_ini has run once.
-  std::string readhead_;
 };
 
 }  // namespace plexum

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 
 namespace plexum {
@@ -11,17 +10,10 @@ namespace {
 constexpr int kExponentBias = 127;
 constexpr int kMantissaBits = 23;
 
-}  // namespace
-
-double number_from_bits(const std::string& bits) {
-  double value = 0;
-  for (const char bit : bits) value = value * 2 + (bit == '1' ? 1 : 0);
-  return value;
-}
-
-std::string PlexumLink::bits_from_byte(std::int32_t value) {
+// 8 bits as text, most significant first; a message box and an empty text from 256 on.
+std::string bits_from_byte(std::int32_t value, HostEnvironment& environment) {
   if (value >= 256) {
-    environment_.show_message_box(
+    environment.show_message_box(
         "Zahl ist gr\xC3\xB6\xC3\x9F"
         "er als 8 Bit");
     return {};
@@ -37,29 +29,37 @@ std::string PlexumLink::bits_from_byte(std::int32_t value) {
   return bits;
 }
 
+}  // namespace
+
+double number_from_bits(const std::string& bits) {
+  double value = 0;
+  for (const char bit : bits) value = value * 2 + (bit == '1' ? 1 : 0);
+  return value;
+}
+
 // The bits are made by arithmetic on decimal texts, not by the processor's conversion: the
 // remainder passes through a text of 15 digits at every bit set, and what is left after 23 bits is
 // cut off, never rounded. `wert` holds that remainder all the while.
-std::string PlexumLink::flottobeyt(std::string& wert) {
+std::string flottobeyt(std::string& wert, HostEnvironment& environment) {
   double high = 0;
   double low = 0;
-  const double value = number(wert);
+  const double value = environment.number_from_text(wert);
   if (value != 0) {
     std::string bits = "0";
     if (value < 0) {
-      wert = text(-value);
+      wert = environment.text_from_number(-value);
       bits = "1";
     }
-    const double magnitude = number(wert);
+    const double magnitude = environment.number_from_text(wert);
     const int exponent = std::ilogb(magnitude);
-    wert = text(magnitude / std::exp2(exponent) - 1);
-    bits += bits_from_byte(exponent + kExponentBias);
+    wert = environment.text_from_number(magnitude / std::exp2(exponent) - 1);
+    bits += bits_from_byte(exponent + kExponentBias, environment);
     for (int bit = 1; bit <= kMantissaBits; ++bit) {
-      const double rest = number(wert) - std::exp2(-bit);
+      const double rest = environment.number_from_text(wert) - std::exp2(-bit);
       if (rest < 0) {
         bits += '0';
       } else {
-        wert = text(rest);
+        wert = environment.text_from_number(rest);
         bits += '1';
       }
     }
@@ -68,7 +68,7 @@ std::string PlexumLink::flottobeyt(std::string& wert) {
     high = number_from_bits(bytes_from(bits, 0, 16));
     low = number_from_bits(bytes_from(bits, 16, 16));
   }
-  return wordtobeyt(text(high)) + wordtobeyt(text(low));
+  return word_bytes(high) + word_bytes(low);
 }
 
 }  // namespace plexum

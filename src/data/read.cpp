@@ -1,12 +1,13 @@
-// Reading memory: one read-variable job (function 04) of one item, always counted in bytes, and
+// One read-variable job (function 04) of one item, always counted in bytes, and
 // what the two reading members make of the answer. The answer's return code, transport size and
 // length are not looked at: its bytes from offset 25 on are the data.
+
+#include "data/read.h"
 
 #include <cmath>
 
 #include "base/integers.h"
 #include "base/runtime_error.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "data/area.h"
 #include "protocol/telegram.h"
@@ -34,7 +35,7 @@ auto& next_element(Array& array, std::size_t& used) {
 }
 
 std::int32_t half_even_part(std::int32_t count, int part) {
-  return to_integer(static_cast<double>(count) / part);
+  return to_int16(static_cast<double>(count) / part);
 }
 
 std::int32_t unsigned_word(const std::string& data, std::size_t index) {
@@ -90,7 +91,7 @@ DoubleArray double_words(const std::string& data, std::int32_t count) {
 }
 
 DoubleArray bits_as_numbers(const std::string& data, std::int32_t count) {
-  auto array = array_of<DoubleArray>(to_integer(8.0 * count));
+  auto array = array_of<DoubleArray>(to_int16(8.0 * count));
   std::size_t used = 0;
   for (std::int32_t index = 0; index < count; ++index) {
     const std::int32_t byte = code_at(data, static_cast<std::size_t>(index));
@@ -116,8 +117,8 @@ std::int16_t byte_element(const std::string& data, std::size_t index) {
 
 // In 16-bit arithmetic: a first byte of 128 or more is an overflow.
 std::int16_t word_element(const std::string& data, std::size_t index) {
-  const std::int16_t high = to_integer(256.0 * code_at(data, index));
-  return to_integer(static_cast<double>(high) + code_at(data, index + 1));
+  const std::int16_t high = to_int16(256.0 * code_at(data, index));
+  return to_int16(static_cast<double>(high) + code_at(data, index + 1));
 }
 
 std::string bits_element(const std::string& data, std::size_t index) {
@@ -140,81 +141,79 @@ Value converted_for_ag_ReadB(const std::string& data, const std::string& Datenar
 
 }  // namespace
 
-std::string PlexumLink::integer_to_bytes(const std::string& wert) {
-  return wordtobeyt(text(std::floor(number(wert))));
-}
-
-Value PlexumLink::ag_Read(const std::string& DBNr, const std::string& anzby,
-                          const std::string& startad, const std::string& Datenart,
-                          const std::string& Spsarts) {
-  if (!connect_on_demand()) return {};
+Value ag_Read(RequestCycle& cycle, const std::string& DBNr, const std::string& anzby,
+              const std::string& startad, const std::string& Datenart, const std::string& Spsarts) {
+  if (!cycle.connect_on_demand()) return {};
   // An err that an earlier job left doesn't stop this one.
-  if (!connected()) {
-    err_ = 4;
-    drop_connection_state();
-    auftrag_Fehler_ = 0;
+  if (!cycle.connected()) {
+    cycle.err = 4;
+    cycle.drop_connection_state();
+    cycle.auftrag_Fehler = 0;
     return {};
   }
-  auftrag_Fehler_ = 0;
-  err_ = 0;
-  inuse_ = true;
+  cycle.auftrag_Fehler = 0;
+  cycle.err = 0;
+  cycle.inuse = true;
 
-  std::string request = readhead_;
-  request += integer_to_bytes(anzby);
-  request += integer_to_bytes(DBNr);
+  std::string request = cycle.readhead;
+  request += integer_part_bytes(anzby, cycle.environment);
+  request += integer_part_bytes(DBNr, cycle.environment);
   request += area_byte_with_timers_and_counters(Spsarts);
-  // A 16-bit bit address: no byte above 4095 can be read.
-  std::string bit_address = text(to_integer(std::floor(number(startad)) * 8));
-  request += wordtobeytadd(bit_address);
-  tcp_client_.SendData(request);
+  // A 16-bit bit address: a host can't read a byte above 4095 by this member.
+  std::string bit_address = cycle.text(to_int16(std::floor(cycle.number(startad)) * 8));
+  request += wordtobeytadd(bit_address, cycle.environment);
+  // Sent, and below taken, without a test of the state: when the connection was lost since the
+  // guard, the host gets the TCP client's own error.
+  cycle.tcp_client.SendData(request);
 
-  status_text_ = "Read Wait Data";
-  const double count = std::floor(number(anzby));
-  if (!wait_for_bytes(count + kReadData)) {
-    status_text_ = "Read Exit";
+  cycle.status_text = "Read Wait Data";
+  const double count = std::floor(cycle.number(anzby));
+  if (!cycle.wait_for_bytes(count + kReadData)) {
+    cycle.status_text = "Read Exit";
     std::string fragment;
-    err_ = err_of_fragment(fragment);
-    drop_connection_state();
+    cycle.err = cycle.err_of_fragment(fragment);
+    // Unlike other time-outs, this one doesn't process the host's messages.
+    cycle.drop_connection_state();
     return {};
   }
-  const std::string answer = tcp_client_.GetData();
-  status_text_ = "Send/Receive Ready";
-  inuse_ = false;
+  const std::string answer = cycle.tcp_client.GetData();
+  cycle.status_text = "Send/Receive Ready";
+  cycle.inuse = false;
   const std::string data = bytes_from(answer, kReadData, static_cast<std::size_t>(count));
-  Value result = converted_for_ag_Read(data, to_integer(number(anzby)), Datenart);
-  err_ = 0;
+  Value result = converted_for_ag_Read(data, to_int16(cycle.number(anzby)), Datenart);
+  cycle.err = 0;
   return result;
 }
 
-Value PlexumLink::ag_ReadB(const std::string& DBNr, const std::string& anzby,
-                           const std::string& startad_w, const std::string& Datenart,
-                           const std::string& Spsarts) {
+Value ag_ReadB(RequestCycle& cycle, const std::string& DBNr, const std::string& anzby,
+               const std::string& startad_w, const std::string& Datenart,
+               const std::string& Spsarts) {
   // A refusal leaves inuse and s7init as they are.
-  if (!connect_on_demand() || !ready()) return {};
-  inuse_ = true;
-  auftrag_Fehler_ = 0;
-  err_ = 0;
+  if (!cycle.connect_on_demand() || !cycle.ready()) return {};
+  cycle.inuse = true;
+  cycle.auftrag_Fehler = 0;
+  cycle.err = 0;
 
-  std::string request = readhead_;
-  request += integer_to_bytes(anzby);
-  request += integer_to_bytes(DBNr);
+  std::string request = cycle.readhead;
+  request += integer_part_bytes(anzby, cycle.environment);
+  request += integer_part_bytes(DBNr, cycle.environment);
   request += area_byte(Spsarts);
   // Not cut: byte 10.5 is bit 4 of byte 10.
-  std::string bit_address = text(number(startad_w) * 8);
-  request += wordtobeytadd(bit_address);
-  send_if_connected(request);
+  std::string bit_address = cycle.text(cycle.number(startad_w) * 8);
+  request += wordtobeytadd(bit_address, cycle.environment);
+  cycle.send_if_connected(request);
 
-  status_text_ = "Read Wait Data";
-  if (!wait_for_bytes(number(anzby) + kReadData)) {
-    end_after_timeout();
+  cycle.status_text = "Read Wait Data";
+  if (!cycle.wait_for_bytes(cycle.number(anzby) + kReadData)) {
+    cycle.end_after_timeout();
     return {};
   }
-  const std::string answer = take_if_connected();
-  status_text_ = "Send/Receive Ready";
-  inuse_ = false;
-  const auto count = static_cast<std::size_t>(std::floor(number(anzby)));
+  const std::string answer = cycle.take_or_nothing();
+  cycle.status_text = "Send/Receive Ready";
+  cycle.inuse = false;
+  const auto count = static_cast<std::size_t>(std::floor(cycle.number(anzby)));
   Value result = converted_for_ag_ReadB(bytes_from(answer, kReadData, count), Datenart);
-  err_ = 0;
+  cycle.err = 0;
   return result;
 }
 

@@ -3,7 +3,8 @@
 // and one answer that nobody looks at: a service that the PLC refuses in an answer of full length
 // returns true like one that it carries out.
 
-#include "control/plexum_link.h"
+#include "plc/services.h"
+
 #include "protocol/block_type.h"
 #include "protocol/telegram.h"
 
@@ -22,7 +23,8 @@ constexpr auto kStart =
 static_assert(tpkt_length(kStart) == kStart.size());
 
 // Argument "EP". The TPKT header is the one of the start job and declares two bytes more than
-// follow; PLCs go by the S7 lengths.
+// follow. That PLCs go by the S7 lengths is a guess: a receiver that goes by RFC 1006 waits for the
+// two bytes, and takes them off the front of the next telegram.
 constexpr auto kRamToRom =
     "03 00 00 25 | 02 F0 80 | 32 01 00 00 07 00 00 12 00 00 | 28 00 00 00 00 00 00 FD 00 02 45 50"
     "| 05 5F 4D 4F 44 55"_hex;
@@ -50,32 +52,39 @@ constexpr const char* kWaitingText = "PLC Stop";
 constexpr double kServiceAnswer = 20;
 constexpr double kEraseAnswer = 33;
 
+// True when the service was answered in time; empty when the guard refused.
+Value service(RequestCycle& cycle, const std::string& telegram, const char* waiting_text,
+              double answer_length) {
+  if (!cycle.control_job(telegram, waiting_text, answer_length)) return {};
+  return cycle.err == 0;
+}
+
 }  // namespace
 
-Value PlexumLink::service(const std::string& telegram, const char* waiting_text,
-                          double answer_length) {
-  if (!control_job(telegram, waiting_text, answer_length)) return {};
-  return err_ == 0;
+Value pg_plcstop(RequestCycle& cycle) {
+  return service(cycle, to_string(kStop), kWaitingText, kServiceAnswer);
 }
 
-Value PlexumLink::pg_plcstop() { return service(to_string(kStop), kWaitingText, kServiceAnswer); }
-
-Value PlexumLink::pg_plcstart() { return service(to_string(kStart), kWaitingText, kServiceAnswer); }
-
-Value PlexumLink::pg_plcErase() { return service(to_string(kErase), kWaitingText, kEraseAnswer); }
-
-Value PlexumLink::pg_Ramtorom() {
-  return service(to_string(kRamToRom), kWaitingText, kServiceAnswer);
+Value pg_plcstart(RequestCycle& cycle) {
+  return service(cycle, to_string(kStart), kWaitingText, kServiceAnswer);
 }
 
-Value PlexumLink::pg_plccompress() {
-  return service(to_string(kCompress), kWaitingText, kServiceAnswer);
+Value pg_plcErase(RequestCycle& cycle) {
+  return service(cycle, to_string(kErase), kWaitingText, kEraseAnswer);
 }
 
-Value PlexumLink::pg_DelBlock(const std::string& Blocktype, const std::string& Blocknr) {
+Value pg_Ramtorom(RequestCycle& cycle) {
+  return service(cycle, to_string(kRamToRom), kWaitingText, kServiceAnswer);
+}
+
+Value pg_plccompress(RequestCycle& cycle) {
+  return service(cycle, to_string(kCompress), kWaitingText, kServiceAnswer);
+}
+
+Value pg_DelBlock(RequestCycle& cycle, const std::string& Blocktype, const std::string& Blocknr) {
   const std::string telegram =
       to_string(kDeleteHead) + block_type_code(Blocktype) + Blocknr + to_string(kDeleteTail);
-  return service(telegram, "Del Block", kServiceAnswer);
+  return service(cycle, telegram, "Del Block", kServiceAnswer);
 }
 
 }  // namespace plexum

@@ -1,10 +1,11 @@
-// Queries of the CPU-function group of userdata: system state lists, and the PLC's messages. What
-// the PLC answers is handed over as it is, an error too.
+// System state lists, asked for in the CPU-function group of userdata. What the PLC answers is
+// handed over as it is, an error, too.
+
+#include "plc/state_lists.h"
 
 #include <string>
 
 #include "base/runtime_error.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/telegram.h"
 
@@ -22,18 +23,11 @@ constexpr auto kLampList =
     "| FF 09 00 04 01 19 00 00"_hex;
 static_assert(tpkt_length(kLampList) == kLampList.size());
 
-// Message service for "asmess". The S7 header declares 12 data bytes; 14 follow.
-constexpr auto kMessageService =
-    "03 00 00 27 | 02 F0 80 | 32 07 00 00 0C 00 00 08 00 0C | 00 01 12 04 12 44 02 00"
-    "| FF 09 00 0A 00 00 61 73 6D 65 73 73 00 00"_hex;
-static_assert(tpkt_length(kMessageService) == kMessageService.size());
-
 constexpr const char* kWaitingText = "PLC Stop";  // these have no text of their own
 constexpr double kAnswerLength = 35;
 
 constexpr std::size_t kRunModeByte = 42;  // second byte of the first record
 constexpr std::size_t kListData = 29;     // from the data field's return code on
-constexpr std::size_t kMessageData = 28;
 
 Value integers(const std::string& bytes) {
   if (bytes.empty()) throw RuntimeError(kSubscriptOutOfRange);
@@ -46,8 +40,8 @@ Value integers(const std::string& bytes) {
 
 }  // namespace
 
-Value PlexumLink::pg_plcRunMode() {
-  const auto answer = control_job(to_string(kRunModeList), kWaitingText, kAnswerLength);
+Value pg_plcRunMode(RequestCycle& cycle) {
+  const auto answer = cycle.control_job(to_string(kRunModeList), kWaitingText, kAnswerLength);
   if (!answer) return {};
   if (answer->size() <= kRunModeByte) throw RuntimeError(kSubscriptOutOfRange);
   const std::int32_t mode = code_at(*answer, kRunModeByte);
@@ -58,20 +52,11 @@ Value PlexumLink::pg_plcRunMode() {
   return bits;
 }
 
-Value PlexumLink::pg_SZL() {
-  const auto answer = control_job(to_string(kLampList), kWaitingText, kAnswerLength);
+Value pg_SZL(RequestCycle& cycle) {
+  const auto answer = cycle.control_job(to_string(kLampList), kWaitingText, kAnswerLength);
   if (!answer) return {};
-  environment_.show_message_box(std::to_string(answer->size()));
+  cycle.environment.show_message_box(std::to_string(answer->size()));
   return integers(bytes_from(*answer, kListData));
-}
-
-void PlexumLink::pg_MessageService() {
-  const auto answer = control_job(to_string(kMessageService), kWaitingText, kAnswerLength);
-  if (!answer) return;
-  integers(bytes_from(*answer, kMessageData));
-  // The bytes are meant for the default member of what this returns, which is no object.
-  pg_plcRunMode();
-  throw RuntimeError(kObjectRequired);
 }
 
 }  // namespace plexum

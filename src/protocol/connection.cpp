@@ -1,11 +1,9 @@
-// Opening and closing the connection: TCP, the ISO transport connection (RFC 1006 over TCP, ISO
-// 8073 class 0) and the S7 communication on top.
+#include "protocol/connection.h"
 
 #include <cmath>
 
 #include "base/integers.h"
 #include "base/runtime_error.h"
-#include "control/plexum_link.h"
 #include "convert/byte_strings.h"
 #include "protocol/telegram.h"
 
@@ -33,80 +31,82 @@ constexpr auto kReadHead =
     "03 00 00 1F | 02 F0 80 | 32 01 00 00 02 00 00 0E 00 00 | 04 01 12 0A 10 02"_hex;
 static_assert(tpkt_length(kReadHead) == kReadHead.size() + 8);
 
-}  // namespace
-
 // 12 becomes 0x12: the decimal digits of a number up to 99 are read as hexadecimal ones. Larger
 // numbers go on by the same rule.
-std::int16_t PlexumLink::tsap_byte(const std::string& part) {
-  const std::int16_t value = to_integer(number(part));
-  return to_integer(value + 6 * std::floor(number(part) / 10));
+std::int16_t tsap_byte(const std::string& part, HostEnvironment& environment) {
+  const double number = environment.number_from_text(part);
+  return to_int16(to_int16(number) + 6 * std::floor(number / 10));
 }
 
-std::string PlexumLink::tsap_bytes(const std::string& tsap) {
+// The two bytes of a TSAP text "a.b".
+std::string tsap_bytes(const std::string& tsap, HostEnvironment& environment) {
   const std::size_t point = tsap.find('.');
   if (point == std::string::npos) throw RuntimeError(kInvalidArgument);
-  const std::int16_t first = tsap_byte(tsap.substr(0, point));
-  const std::int16_t second = tsap_byte(tsap.substr(point + 1));
+  const std::int16_t first = tsap_byte(tsap.substr(0, point), environment);
+  const std::int16_t second = tsap_byte(tsap.substr(point + 1), environment);
   return {byte_from_code(first), byte_from_code(second)};
 }
 
-bool PlexumLink::ag_ini(const std::string& TCPIPRemote, const std::string& PortRemote,
-                        const std::string& TsapE, const std::string& TsapF) {
-  err_ = 0;
-  readhead_ = to_string(kReadHead);
-  const std::int16_t state = tcp_client_.State();
+}  // namespace
+
+bool ag_ini(RequestCycle& cycle, const std::string& TCPIPRemote, const std::string& PortRemote,
+            const std::string& TsapE, const std::string& TsapF) {
+  cycle.err = 0;
+  cycle.readhead = to_string(kReadHead);
+  const std::int16_t state = cycle.tcp_client.State();
   if (state == kTcpError || state == kTcpPeerClosing || state == kTcpConnected) {
-    tcp_client_.Close();
-    environment_.process_messages();
+    cycle.tcp_client.Close();
+    cycle.environment.process_messages();
   }
   // In any other state a connection is under way, and the wait is for that one.
-  if (tcp_client_.State() <= kTcpClosed) {
-    tcp_client_.RemoteHost(TCPIPRemote);
-    tcp_client_.RemotePort(to_long(number(PortRemote)));
-    tcp_client_.Connect();
+  if (cycle.tcp_client.State() <= kTcpClosed) {
+    cycle.tcp_client.RemoteHost(TCPIPRemote);
+    cycle.tcp_client.RemotePort(to_int32(cycle.number(PortRemote)));
+    cycle.tcp_client.Connect();
   }
-  if (!wait_until([this] { return connected(); })) {
-    err_ = 1;
-    s7init_ = false;
+  if (!cycle.wait_until([&cycle] { return cycle.connected(); })) {
+    cycle.err = 1;
+    cycle.s7init = false;
   }
-  state_label_ = std::to_string(tcp_client_.State());
-  if (err_ != 0) return false;
+  cycle.state_label = std::to_string(cycle.tcp_client.State());
+  if (cycle.err != 0) return false;
 
-  status_text_ = "Connect Send Data";
+  cycle.status_text = "Connect Send Data";
   std::string request = to_string(kConnectionRequest);
-  request.replace(kCalledTsap, 2, tsap_bytes(TsapF));
-  request.replace(kCallingTsap, 2, tsap_bytes(TsapE));
+  request.replace(kCalledTsap, 2, tsap_bytes(TsapF, cycle.environment));
+  request.replace(kCallingTsap, 2, tsap_bytes(TsapE, cycle.environment));
   // Sent in any state: a connection lost in the meantime is the TCP client's error.
-  tcp_client_.SendData(request);
-  status_text_ = "Connect Wait Data";
-  if (!wait_for_bytes(kConnectionConfirmLength)) {
-    status_text_ = "INI Exit";
-    take_if_connected();
-    err_ = 3;
-    drop_connection_state();
+  cycle.tcp_client.SendData(request);
+  cycle.status_text = "Connect Wait Data";
+  if (!cycle.wait_for_bytes(kConnectionConfirmLength)) {
+    cycle.status_text = "INI Exit";
+    cycle.take_or_nothing();
+    cycle.err = 3;
+    cycle.drop_connection_state();
   }
-  if (err_ != 0) return false;
-  take_if_connected();  // any 22 bytes are a confirm
+  if (cycle.err != 0) return false;
+  cycle.take_or_nothing();  // any 22 bytes are a confirm
 
-  status_text_ = "PDU Send Data";
-  send_if_connected(to_string(kSetupCommunication));
-  status_text_ = "INI Wait Data";
-  if (!wait_for_bytes(kSetupAnswerLength)) {
+  cycle.status_text = "PDU Send Data";
+  cycle.send_if_connected(to_string(kSetupCommunication));
+  cycle.status_text = "INI Wait Data";
+  if (!cycle.wait_for_bytes(kSetupAnswerLength)) {
     // Unlike the time-out before, this one leaves err at 0 and takes nothing: a job that called
     // goes on with what is there.
-    s7init_ = false;
+    cycle.s7init = false;
     return false;
   }
-  take_if_connected();  // the granted PDU size is not kept: jobs size their telegrams themselves
-  status_text_ = "Send/Receive Ready";
-  s7init_ = true;
+  cycle
+      .take_or_nothing();  // the granted PDU size is not kept: jobs size their telegrams themselves
+  cycle.status_text = "Send/Receive Ready";
+  cycle.s7init = true;
   return true;
 }
 
-bool PlexumLink::ag_exit() {
-  status_text_ = "TCP Not Ready";
-  environment_.process_messages();
-  tcp_client_.Close();
+bool ag_exit(RequestCycle& cycle) {
+  cycle.status_text = "TCP Not Ready";
+  cycle.environment.process_messages();
+  cycle.tcp_client.Close();
   return true;
 }
 

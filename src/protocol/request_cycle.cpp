@@ -1,31 +1,28 @@
-// The pieces that every job composes its request cycle of: connect, guard, send, wait, take, and
-// the ending of a time-out. Each job keeps its own telegram, texts, limits and departures.
+#include "protocol/request_cycle.h"
 
 #include "base/integers.h"
-#include "control/plexum_link.h"
+#include "protocol/connection.h"
 #include "protocol/telegram.h"
 
 namespace plexum {
 
-bool PlexumLink::connected() { return tcp_client_.State() == kTcpConnected; }
+bool RequestCycle::connected() { return tcp_client.State() == kTcpConnected; }
 
-bool PlexumLink::connect_on_demand() {
-  if (s7init_) return true;
+bool RequestCycle::connect_on_demand() {
+  if (s7init) return true;
   // Copies: the host may set the properties while ag_ini waits.
-  const std::string address = CP_IP();
-  const std::string calling = TsapE();
-  const std::string called = TsapF();
-  ag_ini(address, "102", calling, called);
+  const LinkProperties settings = properties;
+  ag_ini(*this, settings.CP_IP, "102", settings.TsapE, settings.TsapF);
   // Not ag_ini's result: its second time-out leaves err at 0, and the job goes on.
-  return err_ == 0;
+  return err == 0;
 }
 
-bool PlexumLink::ready() {
-  if (!connected()) err_ = 4;
-  return err_ == 0;
+bool RequestCycle::ready() {
+  if (!connected()) err = 4;
+  return err == 0;
 }
 
-bool PlexumLink::guard() {
+bool RequestCycle::guard() {
   if (!connect_on_demand()) return false;
   if (!ready()) {
     drop_connection_state();
@@ -34,107 +31,117 @@ bool PlexumLink::guard() {
   return true;
 }
 
-bool PlexumLink::guard_and_begin() {
+bool RequestCycle::guard_and_begin() {
   if (!connect_on_demand()) return false;
-  auftrag_Fehler_ = 0;
+  auftrag_Fehler = 0;
   if (!ready()) {
     drop_connection_state();
     return false;
   }
-  inuse_ = true;
+  inuse = true;
   return true;
 }
 
-void PlexumLink::drop_connection_state() {
-  inuse_ = false;
-  s7init_ = false;
+void RequestCycle::drop_connection_state() {
+  inuse = false;
+  s7init = false;
 }
 
-void PlexumLink::send_if_connected(const std::string& telegram) {
-  if (connected()) tcp_client_.SendData(telegram);
+void RequestCycle::send_if_connected(const std::string& telegram) {
+  if (connected()) tcp_client.SendData(telegram);
 }
 
-bool PlexumLink::wait_until(const std::function<bool()>& done, WaitLimit limit) {
+void RequestCycle::MsgWait(std::int32_t ms) {
+  // A negative time would be an endless wait to most window systems; it is none here, so that no
+  // argument hangs the host, and like any wait of no length it processes no messages.
+  const std::uint32_t start = environment.tick_count();
+  environment.wait_for_input(ms > 0 ? static_cast<std::uint32_t>(ms) : 0);
+  const std::uint32_t elapsed = environment.tick_count() - start;
+  if (static_cast<std::int32_t>(elapsed) < ms) environment.process_messages();
+}
+
+bool RequestCycle::wait_until(const std::function<bool()>& done, WaitLimit limit) {
   for (std::int64_t slices = 1;; ++slices) {
     if (done()) return true;
     MsgWait(1);
     // Read anew in every slice: the host may change it while it waits.
-    if (slices > limit.factor * Tzeit() + limit.extra) return false;
+    if (slices > limit.factor * properties.Tzeit + limit.extra) return false;
   }
 }
 
-bool PlexumLink::wait_for_bytes(double wanted, WaitLimit limit) {
-  return wait_until([&] { return tcp_client_.BytesReceived() >= wanted; }, limit);
+bool RequestCycle::wait_for_bytes(double wanted, WaitLimit limit) {
+  return wait_until([&] { return tcp_client.BytesReceived() >= wanted; }, limit);
 }
 
-std::string PlexumLink::take_if_connected() {
-  return connected() ? tcp_client_.GetData() : std::string();
+std::string RequestCycle::take_or_nothing() {
+  return connected() ? tcp_client.GetData() : std::string();
 }
 
-void PlexumLink::take_if_connected(std::string& answer) {
-  if (connected()) answer = tcp_client_.GetData();
+void RequestCycle::take_or_keep(std::string& answer) {
+  if (connected()) answer = tcp_client.GetData();
 }
 
-std::int32_t PlexumLink::err_of_fragment(std::string& fragment) {
+std::int32_t RequestCycle::err_of_fragment(std::string& fragment) {
   if (!connected()) return 3;
-  fragment = tcp_client_.GetData();
+  fragment = tcp_client.GetData();
   const std::int32_t number = error_number(fragment);
   return number != 0 ? number : 3;
 }
 
-std::string PlexumLink::end_after_timeout() {
-  status_text_ = "Read Exit";
+std::string RequestCycle::end_after_timeout() {
+  status_text = "Read Exit";
   std::string fragment;
-  err_ = err_of_fragment(fragment);
-  environment_.process_messages();
+  err = err_of_fragment(fragment);
+  environment.process_messages();
   drop_connection_state();
   return fragment;
 }
 
-void PlexumLink::end_transfer_after_timeout() {
-  status_text_ = "Read Exit";
+void RequestCycle::end_transfer_after_timeout() {
+  status_text = "Read Exit";
   // A fragment without an error leaves err at 0: only s7init then tells of the time-out.
-  err_ = connected() ? error_number(tcp_client_.GetData()) : 3;
-  environment_.process_messages();
+  err = connected() ? error_number(tcp_client.GetData()) : 3;
+  environment.process_messages();
   drop_connection_state();
 }
 
-std::optional<std::string> PlexumLink::control_job(const std::string& telegram,
-                                                   const char* waiting_text, double answer_length) {
+std::optional<std::string> RequestCycle::control_job(const std::string& telegram,
+                                                     const char* waiting_text,
+                                                     double answer_length) {
   if (!guard()) return std::nullopt;
-  inuse_ = true;
-  status_text_ = "Wreit Send Data";
+  inuse = true;
+  status_text = "Wreit Send Data";
   send_if_connected(telegram);
-  status_text_ = waiting_text;
+  status_text = waiting_text;
   std::string answer;
   if (!wait_for_bytes(answer_length)) answer = end_after_timeout();
   // After a time-out this is a second take, of what has come in the meantime: as a rule nothing.
-  take_if_connected(answer);
-  status_text_ = "Send/Receive Ready";
-  inuse_ = false;
+  take_or_keep(answer);
+  status_text = "Send/Receive Ready";
+  inuse = false;
   return answer;
 }
 
-std::string PlexumLink::exchange_with_repeats(const std::function<std::string()>& telegram,
-                                              double answer_length) {
+std::string RequestCycle::exchange_with_repeats(const std::function<std::string()>& telegram,
+                                                double answer_length) {
   constexpr std::size_t kUsableLength = 25;
   std::string answer;
   do {
     send_if_connected(telegram());
-    status_text_ = "Read Wait Data";
+    status_text = "Read Wait Data";
     if (!wait_for_bytes(answer_length)) {
-      status_text_ = "Read Exit";
-      take_if_connected(answer);
-      err_ = 3;
-      environment_.process_messages();
+      status_text = "Read Exit";
+      take_or_keep(answer);
+      err = 3;
+      environment.process_messages();
       drop_connection_state();
     }
     // After a time-out this replaces what was taken there, as a rule by nothing.
-    take_if_connected(answer);
-    status_text_ = "Send/Receive Ready";
+    take_or_keep(answer);
+    status_text = "Send/Receive Ready";
     if (answer.size() >= kUsableLength) break;
-    auftrag_Fehler_ = to_integer(auftrag_Fehler_ + 1.0);
-  } while (auftrag_Fehler_ < 3);
+    auftrag_Fehler = to_int16(auftrag_Fehler + 1.0);
+  } while (auftrag_Fehler < 3);
   return answer;
 }
 

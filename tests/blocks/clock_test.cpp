@@ -6,6 +6,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 using test::hex;
 
 constexpr const char* kReadRequest =

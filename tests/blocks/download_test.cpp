@@ -9,6 +9,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 using test::hex;
 
 std::string word(std::size_t value) {

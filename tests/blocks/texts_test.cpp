@@ -2,26 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include "base/runtime_error.h"
 #include "protocol/block_type.h"
-#include "support/hex.h"
 
 namespace plexum {
 namespace {
-
-using test::bytes;
 
 TEST(BlockTexts, Fillzero) {
   EXPECT_EQ(fillzero("12", 5), "00012");
   EXPECT_EQ(fillzero("  7 ", 3), "007");
   EXPECT_EQ(fillzero("123456", 5), "123456");
   EXPECT_EQ(fillzero("", 2), "00");
-}
-
-TEST(BlockTexts, Beyttodword) {
-  EXPECT_EQ(beyttodword(bytes("00 01 11 70")), "70000");
-  EXPECT_EQ(beyttodword(bytes("FF FF FF FF 00")), "4294967295");
-  EXPECT_THROW(beyttodword("abc"), RuntimeError);
 }
 
 TEST(BlockTexts, BytesAndHexadecimalDigits) {

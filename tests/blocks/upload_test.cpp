@@ -8,6 +8,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 using test::hex;
 
 class Upload : public test::ConnectedFixture {

@@ -1,10 +1,15 @@
+#include "convert/byte_strings.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 
+#include "base/runtime_error.h"
 #include "convert/repeated_subtraction.h"
-#include "support/link_fixture.h"
+#include "support/error_of.h"
+#include "support/fake_environment.h"
+#include "support/hex.h"
 
 namespace plexum {
 namespace {
@@ -12,66 +17,84 @@ namespace {
 using test::bytes;
 using test::hex;
 
-class ByteStrings : public test::LinkFixture {
- protected:
-  // What a conversion is to make of a text: bytes or the number of an error, and what the caller's
-  // variable holds then.
-  struct Case {
-    const char *text, *result, *variable;
-  };
+// What a conversion is to make of a text: bytes or the number of an error, and what the caller's
+// variable holds then.
+struct Conversion {
+  const char *text, *result, *variable;
+};
 
-  template <std::size_t N, typename Member>
-  void expect_conversions(const Case (&cases)[N], Member member) {
-    for (const Case& c : cases) {
+class ByteStrings : public testing::Test {
+ protected:
+  test::FakeEnvironment environment;
+
+  template <typename Function>
+  void expect_conversions(std::initializer_list<Conversion> cases, Function function) {
+    for (const Conversion& c : cases) {
       std::string variable = c.text;
       std::string result;
-      const std::int32_t error = error_of([&] { result = hex((link.*member)(variable)); });
+      const std::int32_t error =
+          test::error_of([&] { result = hex(function(variable, environment)); });
       EXPECT_EQ(error == 0 ? result : "error " + std::to_string(error), c.result) << c.text;
       EXPECT_EQ(variable, c.variable) << c.text;
     }
   }
 };
 
-TEST_F(ByteStrings, Wordtobeyt) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"258", "01 02"},     {"65535", "FF FF"}, {" 40000 ", "9C 40"}, {"12a", "error 13"},
-      {"300.6", "01 2D"},   {"2.5", "00 02"},   {"255.7", "error 5"}, {"511.5", "error 5"},
-      {"65536", "error 5"}, {"-1", "error 5"},  {"1E12", "error 6"},
+TEST_F(ByteStrings, WordtobeytAndTheIntegerPartOfAText) {
+  struct Case {
+    const char *text, *word, *integer_part;
   };
-  for (const auto& [text, expected] : cases) {
-    const Case unchanged[] = {{text, expected, text}};
-    expect_conversions(unchanged, &PlexumLink::wordtobeyt);
+  const Case cases[] = {
+      {"258", "01 02", "01 02"},       {"65535", "FF FF", "FF FF"},
+      {" 40000 ", "9C 40", "9C 40"},   {"12a", "error 13", "error 13"},
+      {"300.6", "01 2D", "01 2C"},     {"2.5", "00 02", "00 02"},
+      {"255.7", "error 5", "00 FF"},   {"511.5", "error 5", "01 FF"},
+      {"65536", "error 5", "error 5"}, {"-1", "error 5", "error 5"},
+      {"-0.5", "error 5", "error 5"},  {"1E12", "error 6", "error 6"},
+  };
+  for (const Case& c : cases) {
+    expect_conversions({{c.text, c.word, c.text}}, wordtobeyt);
+    expect_conversions({{c.text, c.integer_part, c.text}}, integer_part_bytes);
   }
 }
 
 TEST_F(ByteStrings, Dwordtobeyt) {
-  const Case cases[] = {
-      {"16909060", "01 02 03 04", "772"},
-      {"65536", "00 01 00 00", "0"},
-      {" 7 ", "00 00 00 07", " 7 "},
-      {"4294967295", "FF FF FF FF", "65535"},
-      {"65536.5", "00 01 00 00", "0.5"},
-      {"65535.5", "error 5", "65535.5"},
-      // What the loop would end in after hours or days.
-      {"4294967296", "error 5", "0"},
-      {"999999999999999", "error 5", "32767"},
-      {" 1.00000000000001E+20", "error 5", " 1.00000000000001E+20"},
-  };
-  expect_conversions(cases, &PlexumLink::dwordtobeyt);
+  expect_conversions(
+      {
+          {"16909060", "01 02 03 04", "772"},
+          {"65536", "00 01 00 00", "0"},
+          {" 7 ", "00 00 00 07", " 7 "},
+          {"4294967295", "FF FF FF FF", "65535"},
+          {"65536.5", "00 01 00 00", "0.5"},
+          {"65535.5", "error 5", "65535.5"},
+          // What the loop would end in after hours or days.
+          {"4294967296", "error 5", "0"},
+          {"999999999999999", "error 5", "32767"},
+          {" 1.00000000000001E+20", "error 5", " 1.00000000000001E+20"},
+      },
+      dwordtobeyt);
 }
 
 TEST_F(ByteStrings, Wordtobeytadd) {
-  const Case cases[] = {
-      {"800", "00 03 20", "800"},      {"84.4", "00 00 54", "84.4"},
-      {"255.6", "error 5", "255.6"},   {"32767", "00 7F FF", "32767"},
-      {"32768", "error 6", "32768"},   {"65534", "error 6", "65534"},
-      {"65535", "01 FF FF", "-1"},     {"65536", "01 00 00", "0"},
-      {"98303", "01 7F FF", "32767"},  {"16711680", "FF 00 00", "0"},
-      {"16777216", "error 5", "0"},    {"-1", "00 FF FF", "-1"},
-      {"-40000", "error 6", "-40000"}, {"1E10", "error 6", "58368"},
-      {"1E300", "error 5", "1E300"},
-  };
-  expect_conversions(cases, &PlexumLink::wordtobeytadd);
+  expect_conversions(
+      {
+          {"800", "00 03 20", "800"},
+          {"84.4", "00 00 54", "84.4"},
+          {"255.6", "error 5", "255.6"},
+          {"32767", "00 7F FF", "32767"},
+          {"32768", "error 6", "32768"},
+          {"65534", "error 6", "65534"},
+          {"65535", "01 FF FF", "-1"},
+          {"65536", "01 00 00", "0"},
+          {"98303", "01 7F FF", "32767"},
+          {"16711680", "FF 00 00", "0"},
+          {"16777216", "error 5", "0"},
+          {"-1", "00 FF FF", "-1"},
+          {"-40000", "error 6", "-40000"},
+          {"1E10", "error 6", "58368"},
+          {"1E300", "error 5", "1E300"},
+      },
+      wordtobeytadd);
 }
 
 // The plain loop that take_words must agree with, in passes, rest and text.
@@ -130,19 +153,19 @@ TEST_F(ByteStrings, Beyttoword) {
   for (const Words& c : cases) {
     std::string wert1 = c.wert1;
     std::string wert2 = c.wert2;
-    const std::string result = link.beyttoword(wert1, wert2);
+    const std::string result = beyttoword(wert1, wert2, environment);
     EXPECT_EQ(result, c.result) << hex(c.wert1);
     EXPECT_EQ(wert2, c.result);
     EXPECT_EQ(wert1, c.left1);
   }
   std::string first = "A";
   std::string empty;
-  EXPECT_EQ(error_of([&] { link.beyttoword(first, empty); }), kInvalidArgument);
+  EXPECT_EQ(test::error_of([&] { beyttoword(first, empty, environment); }), kInvalidArgument);
   EXPECT_EQ(first, "65") << "the first argument is changed before the second is looked at";
-  EXPECT_EQ(error_of([&] { link.beyttoword(empty, first); }), kInvalidArgument);
+  EXPECT_EQ(test::error_of([&] { beyttoword(empty, first, environment); }), kInvalidArgument);
 }
 
-TEST_F(ByteStrings, XorStr) { EXPECT_EQ(link.xor_str(bytes("FF 00 0F")), 0xF0); }
+TEST_F(ByteStrings, XorStr) { EXPECT_EQ(xor_str(bytes("FF 00 0F")), 0xF0); }
 
 }  // namespace
 }  // namespace plexum

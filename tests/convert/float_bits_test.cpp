@@ -1,15 +1,27 @@
+#include "convert/float_bits.h"
+
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstring>
 #include <random>
 
-#include "support/link_fixture.h"
+#include "base/runtime_error.h"
+#include "support/error_of.h"
+#include "support/fake_environment.h"
+#include "support/hex.h"
 
 namespace plexum {
 namespace {
 
 using test::hex;
 
-class FloatBits : public test::LinkFixture {};
+class FloatBits : public testing::Test {
+ protected:
+  test::FakeEnvironment environment;
+
+  std::string flottobeyt(std::string& wert) { return plexum::flottobeyt(wert, environment); }
+};
 
 TEST_F(FloatBits, Flottobeyt) {
   struct Case {
@@ -26,7 +38,7 @@ TEST_F(FloatBits, Flottobeyt) {
   };
   for (const Case& c : cases) {
     std::string wert = c.text;
-    EXPECT_EQ(hex(link.flottobeyt(wert)), c.bytes) << c.text;
+    EXPECT_EQ(hex(flottobeyt(wert)), c.bytes) << c.text;
     if (c.left != nullptr) {
       EXPECT_EQ(wert, c.left) << c.text;
     }
@@ -36,7 +48,7 @@ TEST_F(FloatBits, Flottobeyt) {
 
 TEST_F(FloatBits, TheVariableKeepsTheMantissasRemainder) {
   std::string wert = "-0.1";
-  link.flottobeyt(wert);
+  flottobeyt(wert);
   // 0.6 less its first 23 bits, by way of texts of 15 digits.
   EXPECT_NEAR(std::stod(wert), 0.6 - 5033164 / 8388608.0, 1e-14);
   EXPECT_LT(std::stod(wert), std::exp2(-23));
@@ -57,7 +69,7 @@ TEST_F(FloatBits, ATruncatedSingleForRandomNumbers) {
     std::memcpy(&bits, &expected, sizeof bits);
     const std::string text = wert;
     std::uint32_t got = 0;
-    for (const char c : link.flottobeyt(wert)) got = got << 8 | static_cast<unsigned char>(c);
+    for (const char c : flottobeyt(wert)) got = got << 8 | static_cast<unsigned char>(c);
     // Texts of 15 digits may lose the last bit.
     EXPECT_LE(bits - got, 1u) << text;
   }
@@ -65,18 +77,18 @@ TEST_F(FloatBits, ATruncatedSingleForRandomNumbers) {
 
 TEST_F(FloatBits, NumbersBeyondASingle) {
   std::string large = "6.80564733841877E+38";  // just above 2^129
-  const std::string bytes = link.flottobeyt(large);
+  const std::string bytes = flottobeyt(large);
   EXPECT_EQ(bytes.size(), 4u);
   EXPECT_EQ(environment.boxes, std::vector<std::string>{"Zahl ist größer als 8 Bit"});
   // Without exponent bits the sign is followed by the mantissa, and the second half has 8 bits.
   EXPECT_EQ(bytes[2], '\0');
 
   std::string tiny = "-1E-40";
-  EXPECT_EQ(hex(link.flottobeyt(tiny)).substr(0, 2), "80");
+  EXPECT_EQ(hex(flottobeyt(tiny)).substr(0, 2), "80");
   EXPECT_EQ(environment.boxes.size(), 1u) << "too small is no message";
 
   std::string wrong = "1,5";
-  EXPECT_EQ(error_of([&] { link.flottobeyt(wrong); }), kTypeMismatch);
+  EXPECT_EQ(test::error_of([&] { flottobeyt(wrong); }), kTypeMismatch);
   EXPECT_EQ(wrong, "1,5");
 }
 

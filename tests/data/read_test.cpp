@@ -7,6 +7,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 using test::hex;
 
 class Reading : public test::ConnectedFixture {

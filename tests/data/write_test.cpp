@@ -6,6 +6,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 using test::hex;
 
 // 'X' bit, 'B' byte, 'M' bytes, 'W' word, 'D' double word, 'F' float.

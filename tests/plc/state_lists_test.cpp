@@ -6,21 +6,17 @@ namespace plexum {
 
 using test::hex;
 
-// The control's friend: nothing public leads to the message service.
-class MessageServiceTest : public test::ConnectedFixture {
- protected:
-  void pg_MessageService() { link.pg_MessageService(); }
-
-  static std::string mode_answer(char mode) { return std::string(42, 'x') + mode; }
-};
-
 namespace {
 
+using test::error_of;
 const std::string kListHead =
     "03 00 00 21 02 F0 80 32 07 00 00 61 00 00 08 00 08 00 01 12 04 11 44 01 00 FF 09 00 04 ";
 const std::string kRunModeRequest = kListHead + "04 24 00 00";
 
-using StateLists = MessageServiceTest;
+class StateLists : public test::ConnectedFixture {
+ protected:
+  static std::string mode_answer(char mode) { return std::string(42, 'x') + mode; }
+};
 
 TEST_F(StateLists, TheRunModesBitsLeastSignificantFirst) {
   tcp_client.answers = {mode_answer('\xA1') + "more"};
@@ -49,25 +45,6 @@ TEST_F(StateLists, TheLampListShowsItsLengthFirst) {
   tcp_client.answers = {std::string(34, '\0')};
   EXPECT_EQ(error_of([&] { link.pg_SZL(); }), kSubscriptOutOfRange);
   EXPECT_EQ(environment.boxes, std::vector<std::string>{"0"});
-}
-
-TEST_F(MessageServiceTest, EndsInARunModeThatTakesNoBytes) {
-  tcp_client.answers = {std::string(40, 'x'), mode_answer('\x08')};
-  EXPECT_EQ(error_of([&] { pg_MessageService(); }), kObjectRequired);
-  ASSERT_EQ(tcp_client.sent.size(), 2u);
-  EXPECT_EQ(
-      hex(tcp_client.sent[0]),
-      "03 00 00 27 02 F0 80 32 07 00 00 0C 00 00 08 00 0C 00 01 12 04 12 44 02 00 FF 09 00 0A "
-      "00 00 61 73 6D 65 73 73 00 00");
-  EXPECT_EQ(hex(tcp_client.sent[1]), kRunModeRequest);
-
-  // Nothing to hand over, or no run mode either: the first fault is the one that is raised.
-  tcp_client.answers = {std::string(30, '\0')};
-  EXPECT_EQ(error_of([&] { pg_MessageService(); }), kSubscriptOutOfRange);
-  EXPECT_EQ(tcp_client.sent.size(), 3u);
-  tcp_client.answers = {};
-  EXPECT_EQ(error_of([&] { pg_MessageService(); }), 0) << "refused: no connection";
-  EXPECT_EQ(tcp_client.sent.size(), 4u);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 using test::hex;
 
 constexpr const char* kSetup =

@@ -13,6 +13,7 @@ namespace plexum {
 namespace {
 
 using test::bytes;
+using test::error_of;
 
 // Jobs of a kind end alike.
 enum Kind { kWriteBit, kWrite, kService, kStateList, kRead, kRepeated, kSetClock, kTransfer };
@@ -80,7 +81,7 @@ std::vector<Job> all_jobs() {
 
 using Outcomes = std::array<std::string, kKinds>;
 
-class RequestCycle : public test::LinkFixture {
+class JobsCycles : public test::LinkFixture {
  protected:
   // The result and the state in one line.
   std::string outcome(const Job& job) {
@@ -115,7 +116,7 @@ class RequestCycle : public test::LinkFixture {
                          "empty: 3 idle no-s7init 0 Read Exit"};
 };
 
-TEST_F(RequestCycle, TheTextsOfTheSteps) {
+TEST_F(JobsCycles, TheTextsOfTheSteps) {
   for (const Job& job : jobs) {
     SCOPED_TRACE(job.name);
     connect();
@@ -137,7 +138,7 @@ TEST_F(RequestCycle, TheTextsOfTheSteps) {
   }
 }
 
-TEST_F(RequestCycle, TheGuardsRefusals) {
+TEST_F(JobsCycles, TheGuardsRefusals) {
   for (const Job& job : jobs) {
     if (job.kind == kRead) continue;  // with rules of their own
     SCOPED_TRACE(job.name);
@@ -169,7 +170,7 @@ TEST_F(RequestCycle, TheGuardsRefusals) {
   }
 }
 
-TEST_F(RequestCycle, WhatEachKindMakesOfAFault) {
+TEST_F(JobsCycles, WhatEachKindMakesOfAFault) {
   struct Fault {
     const char* description;
     // The answer to a job that waits for so many bytes.
@@ -224,7 +225,7 @@ TEST_F(RequestCycle, WhatEachKindMakesOfAFault) {
 // The whole answer comes in the last slice, so the time-out takes it. The jobs that look at it
 // take a second time, which finds nothing, or an answer that has come in the meantime; only when
 // the host closes the connection in between, the first one counts.
-TEST_F(RequestCycle, AnAnswerInTheLastSlice) {
+TEST_F(JobsCycles, AnAnswerInTheLastSlice) {
   const std::string list = "array: 0 idle no-s7init 0 Send/Receive Ready";
   const std::string transfer = "empty: 0 idle no-s7init 0 Read Exit";
   Outcomes nothing = lost;
@@ -260,7 +261,7 @@ TEST_F(RequestCycle, AnAnswerInTheLastSlice) {
   }
 }
 
-TEST_F(RequestCycle, AHostThatClosesInsideTheWait) {
+TEST_F(JobsCycles, AHostThatClosesInsideTheWait) {
   for (const Job& job : jobs) {
     SCOPED_TRACE(job.name);
     connect_anew();
@@ -278,7 +279,7 @@ TEST_F(RequestCycle, AHostThatClosesInsideTheWait) {
 
 // Nothing is locked: a read in another job's wait takes whatever has arrived, and the other job is
 // left without an answer.
-TEST_F(RequestCycle, AReadInsideTheWaitTakesTheAnswer) {
+TEST_F(JobsCycles, AReadInsideTheWaitTakesTheAnswer) {
   for (const Job& job : jobs) {
     SCOPED_TRACE(job.name);
     connect_anew();

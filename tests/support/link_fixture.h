@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "base/runtime_error.h"
 #include "control/plexum_link.h"
+#include "support/error_of.h"
 #include "support/fake_environment.h"
 #include "support/hex.h"
 #include "support/scripted_tcp_client.h"
@@ -50,17 +50,6 @@ class LinkFixture : public testing::Test {
     tcp_client.log.clear();
     environment.waits = 0;
     environment.pumps = 0;
-  }
-
-  // The number of the run-time error that `call` raises, 0 for none.
-  template <typename Call>
-  static std::int32_t error_of(Call call) {
-    try {
-      call();
-    } catch (const RuntimeError& error) {
-      return error.number();
-    }
-    return 0;
   }
 
   // The state variables in one line, for comparison: err, inuse, s7init, auftrag_Fehler, text.
