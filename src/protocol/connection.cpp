@@ -38,13 +38,20 @@ std::int16_t tsap_byte(const std::string& part, HostEnvironment& environment) {
   return to_int16(to_int16(number) + 6 * std::floor(number / 10));
 }
 
-// The two bytes of a TSAP text "a.b".
-std::string tsap_bytes(const std::string& tsap, HostEnvironment& environment) {
-  const std::size_t point = tsap.find('.');
+struct Tsap {
+  std::int16_t first, second;
+};
+
+// A TSAP text "a.b".
+Tsap tsap_from_text(const std::string& text, HostEnvironment& environment) {
+  const std::size_t point = text.find('.');
   if (point == std::string::npos) throw RuntimeError(kInvalidArgument);
-  const std::int16_t first = tsap_byte(tsap.substr(0, point), environment);
-  const std::int16_t second = tsap_byte(tsap.substr(point + 1), environment);
-  return {byte_from_code(first), byte_from_code(second)};
+  const std::int16_t first = tsap_byte(text.substr(0, point), environment);
+  return {first, tsap_byte(text.substr(point + 1), environment)};
+}
+
+std::string bytes_of(Tsap tsap) {
+  return {byte_from_code(tsap.first), byte_from_code(tsap.second)};
 }
 
 }  // namespace
@@ -72,9 +79,13 @@ bool ag_ini(RequestCycle& cycle, const std::string& TCPIPRemote, const std::stri
   if (cycle.err != 0) return false;
 
   cycle.status_text = "Connect Send Data";
+  // Both texts are read before a byte is made of either: a text that is no number is the error that
+  // the host gets, also where the other one is too large.
+  const Tsap called = tsap_from_text(TsapF, cycle.environment);
+  const Tsap calling = tsap_from_text(TsapE, cycle.environment);
   std::string request = to_string(kConnectionRequest);
-  request.replace(kCalledTsap, 2, tsap_bytes(TsapF, cycle.environment));
-  request.replace(kCallingTsap, 2, tsap_bytes(TsapE, cycle.environment));
+  request.replace(kCalledTsap, 2, bytes_of(called));
+  request.replace(kCallingTsap, 2, bytes_of(calling));
   // Sent in any state: a connection lost in the meantime is the TCP client's error.
   cycle.tcp_client.SendData(request);
   cycle.status_text = "Connect Wait Data";

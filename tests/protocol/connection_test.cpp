@@ -134,6 +134,10 @@ TEST_F(Connection, TsapTexts) {
   }
 }
 
+TEST_F(Connection, BothTsapsAreReadBeforeAByteIsMadeOfEither) {
+  EXPECT_EQ(error_of([&] { link.ag_ini("127.0.0.1", "102", "1.x", "160.0"); }), kTypeMismatch);
+}
+
 TEST_F(Connection, PortTextsAndTheTcpClientsOwnErrors) {
   EXPECT_EQ(error_of([&] { ini("ten"); }), kTypeMismatch);
   EXPECT_EQ(tcp_client.host, "127.0.0.1") << "the address is set before the port is read";
