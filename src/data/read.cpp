@@ -35,7 +35,7 @@ auto& next_element(Array& array, std::size_t& used) {
 }
 
 std::int32_t half_even_part(std::int32_t count, int part) {
-  return to_int16(static_cast<double>(count) / part);
+  return static_cast<std::int32_t>(half_even(static_cast<double>(count) / part));
 }
 
 std::int32_t unsigned_word(const std::string& data, std::size_t index) {
@@ -129,6 +129,7 @@ std::string bits_element(const std::string& data, std::size_t index) {
 }
 
 Value converted_for_ag_ReadB(const std::string& data, const std::string& Datenart) {
+  // Unlike in ag_Read, no 16-bit number bounds how much can be read.
   const auto count = static_cast<std::int32_t>(data.size());
   if (Datenart == "C") return data;
   if (Datenart == "B") return elements_of<VariantArray>(data, count, 1, byte_element);

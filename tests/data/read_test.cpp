@@ -154,6 +154,12 @@ TEST_F(Reading, AgReadBConverts) {
       {"0", "X", "", {}, kSubscriptOutOfRange},
   };
   for (const Case& c : cases) expect_conversion(&PlexumLink::ag_ReadB, c);
+  // More elements than a 16-bit number counts.
+  const std::string long_data(65534, '\x01');
+  for (const char* type : {"B", "W"}) {
+    const Value read_long = read(kMembers[1], "65534", type, long_data);
+    EXPECT_EQ(std::get<VariantArray>(read_long).elements.size(), *type == 'B' ? 65534u : 32767u);
+  }
 }
 
 TEST_F(Reading, AnErrorInAnAnswerOfFullLengthIsData) {
