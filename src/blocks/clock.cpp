@@ -65,9 +65,9 @@ Value pg_SetClock(RequestCycle& cycle, const std::string& strYear, const std::st
   const auto telegram = [&] {
     // The first two digits of the milliseconds go out twice; the last digit and the weekday are
     // the PLC's to make of that.
-    const char milliseconds = bcd_byte(strMsec.substr(0, 2));
-    const std::string fields = {bcd_byte(strYear.substr(0, 2)),
-                                bcd_byte(bytes_from(strYear, 2, 2)),
+    const char milliseconds = bcd_byte(characters_from(strMsec, 0, 2));
+    const std::string fields = {bcd_byte(characters_from(strYear, 0, 2)),
+                                bcd_byte(characters_from(strYear, 2, 2)),
                                 bcd_byte(strMonth),
                                 bcd_byte(strDay),
                                 bcd_byte(strHour),

@@ -5,6 +5,23 @@
 
 namespace plexum {
 
+std::string characters_from(const std::string& text, std::size_t offset, std::size_t count) {
+  // Where the character `number` characters behind `start` begins.
+  const auto skip = [&](std::size_t start, std::size_t number) {
+    const auto continues = [](char byte) {
+      return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+    };
+    std::size_t at = start;
+    for (; number > 0 && at < text.size(); --number) {
+      do ++at;
+      while (at < text.size() && continues(text[at]));
+    }
+    return at;
+  };
+  const std::size_t begin = skip(0, offset);
+  return text.substr(begin, skip(begin, count) - begin);
+}
+
 std::string fillzero(const std::string& text, std::size_t width) {
   const std::size_t first = text.find_first_not_of(' ');
   const std::size_t last = text.find_last_not_of(' ');

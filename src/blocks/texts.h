@@ -8,6 +8,9 @@ namespace plexum {
 
 // The texts by which block and clock telegrams carry their numbers.
 
+// At most `count` characters of a UTF-8 text from the character at `offset` on.
+std::string characters_from(const std::string& text, std::size_t offset, std::size_t count);
+
 // `text` without the blanks around it, with zeros in front up to `width` characters.
 std::string fillzero(const std::string& text, std::size_t width);
 

@@ -14,6 +14,19 @@ TEST(BlockTexts, Fillzero) {
   EXPECT_EQ(fillzero("", 2), "00");
 }
 
+TEST(BlockTexts, PartsAreCutBetweenCharacters) {
+  const std::string text =
+      "1\xC3\xA4\xE2\x82\xAC"
+      "2";  // 1ä€2
+  EXPECT_EQ(characters_from(text, 0, 2), "1\xC3\xA4");
+  EXPECT_EQ(characters_from(text, 2, 2),
+            "\xE2\x82\xAC"
+            "2");
+  EXPECT_EQ(characters_from(text, 3, 9), "2");
+  EXPECT_EQ(characters_from(text, 4, 2), "");
+  EXPECT_EQ(characters_from("\x80\xC3", 1, 1), "\xC3") << "no UTF-8";
+}
+
 TEST(BlockTexts, BytesAndHexadecimalDigits) {
   for (int byte = 0; byte < 256; ++byte) {
     const std::string digits = beyttohex(static_cast<std::uint8_t>(byte));
