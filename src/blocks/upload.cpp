@@ -5,6 +5,7 @@
 #include "blocks/upload.h"
 
 #include "base/integers.h"
+#include "base/runtime_error.h"
 #include "convert/byte_strings.h"
 #include "protocol/block_type.h"
 #include "protocol/telegram.h"
@@ -34,6 +35,11 @@ constexpr double kAnswerLength = 25;
 constexpr double kEndAnswerLength = 20;
 constexpr WaitLimit kUploadLimit{1, 500};  // the PLC may be slow to read a part
 
+// What 32,767 parts can carry, each in a PDU of the size that is asked for: 960 bytes, 18 of them
+// the headers'. A PLC that sends more than fits into its own telegrams would fill the host's
+// memory.
+constexpr std::size_t kLongestImage = std::size_t{32767} * 942;
+
 template <std::size_t N>
 std::string with_id(const std::array<char, N>& telegram, const std::string& id) {
   return to_string(telegram).replace(kRequestId, 2, id);
@@ -56,7 +62,7 @@ Value pg_ReadBlock(RequestCycle& cycle, const std::string& Blocktype, const std:
   std::string image;
   std::int16_t counter = 0;
   do {
-    counter = to_int16(counter + 1.0);
+    counter = to_int16(counter + 1.0);  // error 6 for a PLC that never ends
     std::string request = with_id(kUpload, id);
     request.replace(kPduReference, 2, word_bytes(counter));
     cycle.send_if_connected(request);
@@ -67,6 +73,7 @@ Value pg_ReadBlock(RequestCycle& cycle, const std::string& Blocktype, const std:
     }
     cycle.take_or_keep(answer);
     image += bytes_from(answer, kPart);
+    if (image.size() > kLongestImage) throw RuntimeError(kOverflow);
   } while (code_at(answer, kStatus) == 1);
 
   cycle.send_if_connected(with_id(kEndUpload, id));
@@ -75,7 +82,7 @@ Value pg_ReadBlock(RequestCycle& cycle, const std::string& Blocktype, const std:
     cycle.end_transfer_after_timeout();
     return image;
   }
-  cycle.tcp_client.GetData();
+  cycle.tcp_client.GetData();  // in any state: what it holds is not looked at
   cycle.inuse = false;
   cycle.status_text = "Send/Receive Ready";
   cycle.err = 0;

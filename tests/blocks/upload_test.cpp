@@ -62,6 +62,15 @@ TEST_F(Upload, APlcThatNeverEndsIsStoppedByTheCounter) {
   EXPECT_EQ(hex(tcp_client.sent.back().substr(11, 2)), "7F FF");
 }
 
+TEST_F(Upload, APlcThatSendsMoreThanItsPartsCanCarryIsStopped) {
+  const std::string part = part_answer(true, std::string(1 << 20, 'x'));
+  tcp_client.on_send = [&](const std::string& telegram) {
+    tcp_client.available = telegram[17] == '\x1D' ? start_answer() : part;
+  };
+  EXPECT_EQ(error_of([&] { upload(); }), kOverflow);
+  EXPECT_EQ(tcp_client.sent.size(), 1u + 30) << "29 MiB are less than the longest image";
+}
+
 TEST_F(Upload, WhatEachPhaseEndsInWhenThePlcFails) {
   struct Case {
     const char* description;
