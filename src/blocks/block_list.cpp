@@ -41,6 +41,9 @@ Value pg_ListBlock(RequestCycle& cycle, const std::string& Blocktype) {
   }
   const std::string entries = bytes_from(answer, kEntries);
   cycle.inuse = false;
+  // The array has room for a quarter of the bytes, rounded half to even, and an entry is read from
+  // its first two. So 3, 6, 7 and 11 bytes give 1, 2, 2 and 3 numbers, where 1, 2, 5, 9 and 10
+  // raise error 9.
   const auto count = half_even(static_cast<double>(entries.size()) / kEntryLength);
   VariantArray numbers;
   for (std::size_t index = 0; index < entries.size(); index += kEntryLength) {
