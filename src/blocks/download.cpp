@@ -59,10 +59,19 @@ std::string part_answer(const std::string& image, std::size_t offset,
   answer.replace(kPduReference, 2, reference);
   answer.replace(kDataLength, 2, word_bytes(length + kPartHeader));
   // Set for every full part, so also for the last one of an image whose length is a multiple of
-  // the part's: PLCs go by the length announced.
+  // the part's. That PLCs go by the length that was announced is a guess.
   answer[kMoreFollows] = part.size() >= kPartSize ? '\x01' : '\x00';
   answer.replace(kPartLength, 2, word_bytes(length));
   return answer + part;
+}
+
+// Takes the PLC's next job, whatever the state of the connection: a job that arrived before the
+// connection broke is answered by the same rules, and the next wait tells. Its reference, with 00
+// for what a job too short for it lacks, so that the answer keeps its length.
+std::string taken_reference(RequestCycle& cycle) {
+  std::string reference = bytes_from(cycle.tcp_client.GetData(), kPduReference, 2);
+  reference.resize(2, '\0');
+  return reference;
 }
 
 // The err of a refused download, whose class and code are shown to the user first.
@@ -100,8 +109,8 @@ Value pg_WriteBlock(RequestCycle& cycle, const std::string& MCS7Code) {
     cycle.end_transfer_after_timeout();
     return {};
   }
-  std::string reference = bytes_from(cycle.tcp_client.GetData(), kPduReference, 2);
-  cycle.inuse = false;  // for good: the parts go out without it
+  std::string reference = taken_reference(cycle);
+  cycle.inuse = false;  // hosts see the parts and the insertion without it
   cycle.status_text = "Send/Receive Ready";
   cycle.err = 0;
 
@@ -113,7 +122,7 @@ Value pg_WriteBlock(RequestCycle& cycle, const std::string& MCS7Code) {
       cycle.end_transfer_after_timeout();
       return {};
     }
-    reference = bytes_from(cycle.tcp_client.GetData(), kPduReference, 2);
+    reference = taken_reference(cycle);
   }
 
   cycle.send_if_connected(to_string(kEndedAnswer).replace(kPduReference, 2, reference));
@@ -124,8 +133,8 @@ Value pg_WriteBlock(RequestCycle& cycle, const std::string& MCS7Code) {
     cycle.end_transfer_after_timeout();
     return {};
   }
-  const std::string answer = cycle.tcp_client.GetData();
-  cycle.inuse = false;
+  const std::string answer = cycle.tcp_client.GetData();  // in any state, as the jobs before
+  cycle.inuse = false;  // already; but the host may have set it, or begun another job
   cycle.err = error_number(answer);
   return {};
 }
