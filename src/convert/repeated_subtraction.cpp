@@ -59,9 +59,9 @@ double double_of(Decimal decimal) {
   return decimal.exponent < 0 ? digits / power : digits * power;
 }
 
-// The least number of 15 digits down to which every pass from `number` on rounds alike: down to
-// the loop's end the same place of the last digit and, for numbers whose doubles are not exact,
-// the same spacing of doubles.
+// A stretch is a run of passes that all round alike: the last digit of every text stands at the
+// same place, and the doubles lie equally far apart. This is its lower end, in units of that last
+// digit.
 std::int64_t end_of_stretch(double number, int exponent, double least) {
   const double unit = double_of({1, exponent});
   double end = least / unit;
@@ -69,12 +69,22 @@ std::int64_t end_of_stretch(double number, int exponent, double least) {
   return std::max(kLeastDigits, static_cast<std::int64_t>(end) + 1);
 }
 
-// Takes words until the passes begin to repeat themselves, then leaps to the last repetition of
-// the stretch. How a pass rounds depends on the last binary places of the digits only, so once
-// these return, everything between repeats. (Where the first ones never return, the next walk
-// starts from some that will.) Ends early where the stretch or the loop does.
+// Takes words from `number` one by one until it is clear what each pass takes, then all the words
+// of the stretch but the last few at once. Returns how many it took.
+//
+// An example: of 3000000, whose text has its 15th digit eight places behind the point, a pass takes
+// exactly 65536, and so does every pass down to 1000000, from where texts have one more place.
+// After one pass, at 2934464, there is room for 29 more; the leap takes 28 and ends at 1099456. The
+// caller goes on from there, in smaller and smaller stretches.
+//
+// Above 1E15 the 15th digit stands for tens or more: of 1.00000654E15 a pass takes 6553 or 6554
+// tens, as the doubles round. How they round depends on the last binary places of the number only.
+// Once the passes have taken a multiple of 512 units these places are what they were, and the same
+// passes follow again: the leap repeats them. Where 512 passes show no such multiple, none is
+// leapt; the next call starts from other places.
 double walk_and_leap(double& number, double least) {
-  constexpr std::int64_t kPlaces = 512;  // doubles below 1E20 lie at most 16384 = 512 * 2^5 apart
+  // Doubles below 1E20 lie at most 16384 = 512 * 2^5 apart, and a unit has the factor 2^5 there.
+  constexpr std::int64_t kPlaces = 512;
   const Decimal start = decimal_of(number);
   for (std::int64_t passes = 1;; ++passes) {
     number = take_word(number);

@@ -134,6 +134,7 @@ std::string RequestCycle::exchange_with_repeats(const std::function<std::string(
       take_or_keep(answer);
       err = 3;
       environment.process_messages();
+      // The next attempt goes on with inuse and s7init false, on the connection as it is.
       drop_connection_state();
     }
     // After a time-out this replaces what was taken there, as a rule by nothing.
