@@ -106,6 +106,19 @@ TEST_F(Download, AnUnknownTypeInTheHeaderIsLeftOut) {
   EXPECT_EQ(tcp_client.sent.back().substr(29), "65535P\x05_INSE");
 }
 
+TEST_F(Download, AJobThatEndsInItsReferenceIsAnsweredAtFullLength) {
+  struct Lying : test::ScriptedTcpClient {
+    std::int32_t BytesReceived() override { return 35; }
+    std::string GetData() override { return std::string(12, '\xAB'); }
+  } lying;
+  lying.state = kTcpConnected;
+  PlexumLink other(environment, lying);
+  other.s7init(true);
+  error_of([&] { other.pg_WriteBlock(image_of(36)); });
+  EXPECT_EQ(hex(lying.sent.at(1).substr(11, 2)), "AB 00");
+  EXPECT_EQ(lying.sent[1].size(), 25u + 36);
+}
+
 TEST_F(Download, AnImageWithoutItsHeaderIsNotSent) {
   for (const std::size_t length : {0u, 5u, 7u, 35u}) {
     connect();
