@@ -47,7 +47,7 @@ const ShippedBlock kProgram[] = {
     {{BlockType::kFunctionBlock, 1}, kStatementList, "MOTOR", kDoesNothing},
 };
 
-// Downloaded blocks that nobody puts into use, together.
+// Bytes of all downloaded blocks that wait to be put into use.
 constexpr std::size_t kRoomForDownloads = 4u << 20;
 
 constexpr std::uint16_t kSystemDataBlocks[] = {0, 1, 2, 4, 7};

@@ -11,8 +11,8 @@ namespace plexum::sim {
 // The blocks of the PLC: a small program (OB 1, which calls FC 1 and FC 2; FB 1), a few system
 // data blocks, the CPU's own system functions, and the data blocks.
 //
-// A data block's values are those of the memory: its image carries the actual values, whoever
-// wrote them, and a data block that appears in the memory by other ways has an image too.
+// The values of the data blocks are in the memory. So the image of a data block carries the values
+// of now, and a data block that was never downloaded gets an image when it is asked for.
 class BlockStore {
  public:
   explicit BlockStore(Memory& memory);

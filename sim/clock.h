@@ -13,7 +13,7 @@ class Clock {
   using TimePoint = std::chrono::sys_time<std::chrono::milliseconds>;
   using Now = std::function<TimePoint()>;
 
-  // `now` is what makes it run.
+  // `now` gives the time that passes for it.
   explicit Clock(Now now = system_now) : now_(std::move(now)) {}
 
   TimePoint time() const { return now_() + ahead_; }
@@ -22,14 +22,15 @@ class Clock {
   // digits) and the weekday, 1 for Sunday, in the last half byte.
   Bytes date_and_time() const;
 
-  // What the time functions carry, 10 bytes: 0, century, DATE_AND_TIME.
+  // The data of the time functions, 10 bytes: 0, century, DATE_AND_TIME.
   Bytes block() const;
 
   // Sets it to such a block; the weekday in it doesn't matter. False, and nothing changed, when
   // the block holds no date and time.
   //
-  // Programming tools send century 19 whatever the year, so 00 to 89 behind a 19 are years of the
-  // 21st century; the century is given back as it was sent.
+  // In recorded dialogues the year 2014 is sent, and answered, as 19 14. So the years 00 to 89
+  // behind a century 19 are those of the 21st century, and the century is given back as it was
+  // sent.
   bool set(ByteView block);
 
   static TimePoint system_now();

@@ -37,8 +37,8 @@ class Memory {
 
   Memory();
 
-  // The bytes of an area, null when there is no such area or data block. `block` counts for data
-  // blocks alone.
+  // The bytes of an area, null when there is no such area or data block. `block` matters for
+  // data blocks only.
   Bytes* find(Area area, std::uint16_t block);
   const Bytes* find(Area area, std::uint16_t block) const;
 

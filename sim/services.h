@@ -12,14 +12,14 @@ struct Plc;
 //   _GARB       compress the memory
 //   _DELE       delete blocks
 //   _INSE       put downloaded blocks into use
-// Throws Refusal for what isn't known or not allowed.
+// Throws Refusal for an unknown service, and for one that isn't allowed.
 Message invoke_program(Plc& plc, const Message& job);
 
 // The stop job.
 Message stop_program(Plc& plc, const Message& job);
 
-// Clears what the user has put into the PLC: data blocks, program and all areas. The PLC must not
-// be protected; it stops.
+// Stops the PLC, deletes the user's data blocks and program, and clears the memory. Throws Refusal
+// when the PLC is protected.
 void erase(Plc& plc);
 
 }  // namespace plexum::sim

@@ -38,7 +38,7 @@ class SimulatedPlc {
   void add_fault(std::string_view text) { add_fault(parse_fault(text)); }
   void clear_faults();
 
-  // Calls `use` with the PLC's inside while no connection works on it, and returns its result.
+  // Calls `use` with the inner PLC while no connection works on it, and returns the result.
   template <typename Use>
   auto access(Use use) {
     const std::lock_guard held(plc_.lock);

@@ -23,7 +23,7 @@ std::uint16_t port_of(Socket listener);
 enum class Outcome {
   kDone,
   kNotNow,
-  kFailed  // of a connection: it is gone; of an accept: the system has no socket left at present
+  kFailed  // receiving, sending: the connection is gone; accepting: the system is out of sockets
 };
 
 struct Accepted {
@@ -40,7 +40,7 @@ Moved receive_from(Socket socket, std::span<std::uint8_t> buffer);
 Moved send_to(Socket socket, ByteView bytes);
 
 void close_socket(Socket socket);
-// Drops the connection as a machine that has forgotten it.
+// Ends the connection by a reset; what wasn't sent yet is lost.
 void reset_socket(Socket socket);
 
 }  // namespace plexum::sim

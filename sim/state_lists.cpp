@@ -131,8 +131,9 @@ List communication_state(const Plc& plc) {
            communication_record(0x0008, Writer().zeros(18).bytes(plc.clock.date_and_time()))}};
 }
 
-// 24: the last transition: its event (STOP by programming device, or the one that a running CPU
-// shows), FF, the mode, reserved and start-up information, the time now.
+// 24: the last change of the mode: its event, FF, the mode, reserved and start-up information, the
+// time now. Event 5144 is that of running CPUs in recorded dialogues; 4304 is the diagnostic
+// buffer's event for a stop by a programming device.
 List mode(const Plc& plc) {
   constexpr unsigned kStoppedByDevice = 0x4304;
   constexpr unsigned kRunning = 0x5144;

@@ -11,7 +11,7 @@ struct Plc;
 // 0019, 0119, 0074 and 0174 (lamps), 0131 (communication abilities), 0132 (communication state,
 // protection, clock), 0424 (mode); 0Fxx gives the head of 00xx alone.
 //
-// Index 0 of a list that selects one lamp gives all lamps: clients ask so.
+// The lists of one lamp give all lamps for index 0, because some clients ask with that.
 //
 // Throws Refusal with Error::kNoSuchList or Error::kNoSuchIndex.
 Bytes read_state_list(const Plc& plc, std::uint16_t id, std::uint16_t index);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the simulated PLC takes of the system that it runs on.
+// What the simulated PLC uses of the system that it runs on.
 
 #ifdef _WIN32
 
@@ -11,7 +11,7 @@ namespace plexum::sim {
 using EventLoop = windows::EventLoop;
 using Socket = EventLoop::Descriptor;
 
-// There are no signals that a thread could take from its host's.
+// Windows has no signals, so there is nothing to block.
 class SignalsBlocked {
  public:
   SignalsBlocked() {}  // NOLINT(modernize-use-equals-default): else it would count as unused
@@ -32,7 +32,7 @@ namespace plexum::sim {
 using EventLoop = posix::EventLoop;
 using Socket = int;
 
-// Signals belong to the host's threads: a thread started while this lives takes none.
+// A thread that is started while this lives takes no signals: those are for the host's threads.
 class SignalsBlocked {
  public:
   SignalsBlocked() {

@@ -87,8 +87,8 @@ std::vector<Item> parse_items(const Message& job) {
   return items;
 }
 
-// Where an item lies in its area, in bytes, and in a bit access which bit of its byte; or why it
-// can't be reached.
+// Where an item lies in its area, in bytes; for a single bit also which one of its byte. `code`
+// says why it can't be reached.
 struct Place {
   ReturnCode code = ReturnCode::kSuccess;
   const ElementType* type = nullptr;
@@ -147,8 +147,8 @@ struct DataItem {
   Bytes bytes;
 };
 
-// The first byte, where an answer has its return code, is not looked at: some clients put
-// something there.
+// The first byte is the return code in answers, and reserved in jobs. Some clients don't leave it
+// 0, so it isn't tested.
 DataItem parse_data_item(Reader& reader) {
   reader.take(1);
   DataItem item;

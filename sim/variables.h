@@ -5,9 +5,9 @@
 
 namespace plexum::sim {
 
-// The read-variable and write-variable jobs, with any number of items. What concerns one item is
-// told by that item's return code; a job or an answer larger than `pdu` bytes, or a job that
-// contradicts itself, is refused as a whole (throws Refusal with Error::kWrongFrame).
+// The read-variable and write-variable jobs, with any number of items. An item that can't be served
+// has a return code of its own. A job that contradicts itself, or whose answer would be larger than
+// `pdu` bytes, is refused as a whole: throws Malformed, or Refusal with Error::kWrongFrame.
 //
 // Timers and counters can be read as such or as bytes (two bytes each, number 0 first); they
 // can't be written.
