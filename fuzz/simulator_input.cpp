@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "fuzz/input.h"
-#include "sim/session.h"
+#include "sim/plc_connection.h"
 
 namespace plexum::fuzz {
 namespace {
@@ -17,10 +17,10 @@ bool is_telegram(const sim::Bytes& bytes) {
 
 // A client's connection; says whether it still stands.
 struct Client {
-  explicit Client(sim::Plc& plc) : session(plc) {}
+  explicit Client(sim::Plc& plc) : connection(plc) {}
 
   void say(const std::string& bytes, bool spoiled) {
-    const auto outputs = session.receive(sim::Bytes(bytes.begin(), bytes.end()));
+    const auto outputs = connection.receive(sim::Bytes(bytes.begin(), bytes.end()));
     require(!over || outputs.empty(), "nothing comes after the end");
     for (const sim::Output& output : outputs) {
       require(spoiled || output.bytes.empty() || is_telegram(output.bytes), "telegrams are whole");
@@ -28,7 +28,7 @@ struct Client {
     }
   }
 
-  sim::Session session;
+  sim::PlcConnection connection;
   bool over = false;
 };
 
@@ -51,7 +51,7 @@ void run(Input input) {
   sim::Plc plc(options);
   Client clients[] = {Client(plc), Client(plc)};
   for (Client& client : clients) {
-    for (const auto& output : client.session.accepted()) {
+    for (const auto& output : client.connection.accepted()) {
       client.over = client.over || output.end != sim::Output::End::kNone;
     }
   }

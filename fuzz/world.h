@@ -11,7 +11,7 @@
 #include "control/plexum_link.h"
 #include "fuzz/input.h"
 #include "platform/portable/decimal_text.h"
-#include "sim/session.h"
+#include "sim/plc_connection.h"
 #include "tests/support/fake_environment.h"
 #include "tests/support/scripted_tcp_client.h"
 
@@ -55,12 +55,13 @@ class Wire : public test::ScriptedTcpClient {
     };
   }
   void accept() {
-    session_.emplace(*plc_);
+    connection_.emplace(*plc_);
     coming_.clear();
     state = kTcpConnected;
   }
   sim::Outputs answers_to(const std::string& bytes) {
-    return session_ ? session_->receive(sim::Bytes(bytes.begin(), bytes.end())) : sim::Outputs();
+    return connection_ ? connection_->receive(sim::Bytes(bytes.begin(), bytes.end()))
+                       : sim::Outputs();
   }
   void deliver(sim::Output output) {
     if (output.delay.count() > 0) return deliver_in(1, std::move(output));
@@ -91,7 +92,7 @@ class Wire : public test::ScriptedTcpClient {
   };
 
   sim::Plc* plc_ = nullptr;
-  std::optional<sim::Session> session_;
+  std::optional<sim::PlcConnection> connection_;
   std::deque<Coming> coming_;
 };
 

@@ -1,5 +1,6 @@
 #include "sim/block_image.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "sim/message.h"
@@ -23,13 +24,15 @@ constexpr unsigned kBlockVersion = 0x0100;
 
 }  // namespace
 
-BlockType parse_block_type(std::string_view type) {
-  constexpr std::string_view kKnown = "8ABCDEF";
-  if (type.size() != 2 || type[0] != '0' || kKnown.find(type[1]) == std::string_view::npos) {
-    throw Refusal{Error::kBlockName};
-  }
-  const int digit = type[1] == '8' ? 8 : type[1] - 'A' + 10;
-  return BlockType{static_cast<std::uint8_t>(digit)};
+std::string digits_of(BlockType type) {
+  return std::string("0") + "0123456789ABCDEF"[static_cast<std::size_t>(type) % 16];
+}
+
+BlockType parse_block_type(std::string_view digits) {
+  const auto found = std::find_if(kBlockTypes.begin(), kBlockTypes.end(),
+                                  [&](BlockType type) { return digits_of(type) == digits; });
+  if (found == kBlockTypes.end()) throw Refusal{Error::kBlockName};
+  return *found;
 }
 
 BlockId BlockId::parse(std::string_view type, std::string_view number) {
@@ -44,8 +47,7 @@ BlockId BlockId::parse(std::string_view type, std::string_view number) {
 std::string BlockId::designation() const {
   std::string digits = std::to_string(number);
   digits.insert(0, kDigits - digits.size(), '0');
-  const auto code = static_cast<std::size_t>(type);
-  return std::string("0") + "0123456789ABCDEF"[code % 16] + digits;
+  return digits_of(type) + digits;
 }
 
 BlockHeader parse_block_header(ByteView image) {

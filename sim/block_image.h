@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,7 +10,7 @@
 
 namespace plexum::sim {
 
-// As in a block's header; a block designation writes it as two characters, "08" to "0F".
+// As in a block's header. Designations write it as two hexadecimal digits, "08" to "0F".
 enum class BlockType : std::uint8_t {
   kOrganisation = 0x08,
   kData = 0x0A,
@@ -19,6 +20,21 @@ enum class BlockType : std::uint8_t {
   kFunctionBlock = 0x0E,
   kSystemFunctionBlock = 0x0F,
 };
+
+// All of them, in the order in which CPUs count their blocks in recorded dialogues.
+inline constexpr std::array kBlockTypes{
+    BlockType::kOrganisation,
+    BlockType::kFunctionBlock,
+    BlockType::kFunction,
+    BlockType::kData,
+    BlockType::kSystemData,
+    BlockType::kSystemFunction,
+    BlockType::kSystemFunctionBlock,
+};
+
+// Its two digits, and the way back, which throws Refusal with Error::kBlockName.
+std::string digits_of(BlockType type);
+BlockType parse_block_type(std::string_view digits);
 
 struct BlockId {
   BlockType type{};
@@ -34,9 +50,6 @@ struct BlockId {
     return std::pair(type, number) < std::pair(other.type, other.number);
   }
 };
-
-// Throws Refusal with Error::kBlockName.
-BlockType parse_block_type(std::string_view type);
 
 // The header of a block image in the CPU's MC7 form:
 //

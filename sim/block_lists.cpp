@@ -6,8 +6,8 @@ namespace plexum::sim {
 
 Bytes count_blocks(const BlockStore& blocks) {
   Writer writer;
-  for (const std::string_view type : {"08", "0E", "0C", "0A", "0B", "0D", "0F"}) {
-    writer.text(type).u16(blocks.list(parse_block_type(type)).size());
+  for (const BlockType type : kBlockTypes) {
+    writer.text(digits_of(type)).u16(blocks.list(type).size());
   }
   return writer.take();
 }

@@ -25,9 +25,8 @@ std::size_t parse_length(Reader& reader) {
 
 }  // namespace
 
-Message Download::request(const Message& job) {
+Download::Begun Download::request(const Message& job) {
   state_ = State::kIdle;
-  job_due_ = false;
 
   Reader reader(job.parameter);
   reader.take(kTransferHead);
@@ -45,12 +44,12 @@ Message Download::request(const Message& job) {
   file_system_ = block.file_system;
   image_.clear();
   state_ = State::kReceiving;
-  job_due_ = true;
-  return ack_data(job, Writer().u8(static_cast<std::size_t>(Function::kRequestDownload)).take());
+  const auto function = static_cast<std::size_t>(Function::kRequestDownload);
+  return {ack_data(job, Writer().u8(function).take()), next_job()};
 }
 
-std::optional<Message> Download::next_job() {
-  if (!std::exchange(job_due_, false)) return {};
+// The job that the state calls for.
+Message Download::next_job() {
   const Function function =
       state_ == State::kReceiving ? Function::kDownloadBlock : Function::kDownloadEnded;
   const std::string designation = announced_.id.designation();
@@ -68,37 +67,36 @@ std::optional<Message> Download::next_job() {
                  {}};
 }
 
-void Download::take_answer(const Message& answer, std::size_t pdu) {
-  if (state_ == State::kIdle || job_due_ || answer.reference != reference_) return;
-  const State state = std::exchange(state_, State::kIdle);
-  if (answer.error != Error::kNone || answer.size() > pdu || answer.parameter.empty()) return;
-  if (state == State::kReceiving && answer.function() == Function::kDownloadBlock) {
-    try {
-      take_part(answer);
-    } catch (const Malformed&) {
-      state_ = State::kIdle;
-    }
-  } else if (state == State::kEnding && answer.function() == Function::kDownloadEnded) {
+std::optional<Message> Download::take_answer(const Message& answer, std::size_t pdu) {
+  if (state_ == State::kIdle || answer.reference != reference_) return {};
+  const State asked_in = std::exchange(state_, State::kIdle);
+  if (answer.error != Error::kNone || answer.size() > pdu || answer.parameter.empty()) return {};
+  if (asked_in == State::kReceiving && answer.function() == Function::kDownloadBlock) {
+    if (!take_part(answer)) return {};
+    // The announced length says whether more parts follow, not the answer's own mark for that: some
+    // clients set it in the last part, too.
+    const bool whole = image_.size() == announced_.image_length;
+    state_ = whole ? State::kEnding : State::kReceiving;
+    return next_job();
+  }
+  if (asked_in == State::kEnding && answer.function() == Function::kDownloadEnded) {
     plc_.blocks.stage(announced_, std::move(image_));
     image_.clear();
   }
+  return {};
 }
 
-// Whether more parts follow is told by the announced length: some clients mark the last part, too,
-// as one that others follow.
-void Download::take_part(const Message& answer) {
+// Whether the answer brings a part that fits.
+bool Download::take_part(const Message& answer) {
+  constexpr std::size_t kPartHead = 2 + 2;  // length, mark
+  if (answer.data.size() <= kPartHead) return false;
   Reader reader(answer.data);
   const std::size_t length = reader.u16();
-  if (reader.u16() != kPartMark) throw Malformed("mark of the part");
+  const std::size_t room = announced_.image_length - image_.size();
+  if (reader.u16() != kPartMark || length != reader.left() || length > room) return false;
   const ByteView part = reader.take(length);
-  if (part.empty() || reader.left() != 0) throw Malformed("length of the part");
-  if (image_.size() + part.size() > announced_.image_length) {
-    throw Malformed("more than was announced");
-  }
   image_.insert(image_.end(), part.begin(), part.end());
-  const bool whole = image_.size() == announced_.image_length;
-  state_ = whole ? State::kEnding : State::kReceiving;
-  job_due_ = true;
+  return true;
 }
 
 }  // namespace plexum::sim

@@ -60,7 +60,7 @@ std::optional<unsigned> number(std::string_view text, unsigned smallest, unsigne
   return value;
 }
 
-// Takes what stands before the first `mark` off `text`; all of it, and nothing is left, without.
+// Takes what stands before the first `mark` off `text`, and the mark; all of it if there is none.
 std::string_view take_until(std::string_view& text, char mark) {
   const std::size_t position = std::min(text.find(mark), text.size());
   const std::string_view taken = text.substr(0, position);
@@ -201,7 +201,7 @@ Outputs Faults::strike(Fault::Step step, Output telegram) {
       case Fault::Kind::kSilence:
         silent = true;
         break;
-      case Fault::Kind::kError:  // struck already, before the job was looked at
+      case Fault::Kind::kError:  // refuses_next() has refused the job already
         break;
     }
   }

@@ -6,25 +6,13 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/bytes.h"
 #include "sim/message.h"
+#include "sim/output.h"
 
 namespace plexum::sim {
 
-// What leaves a connection: bytes, some time after what left before them (or after what caused
-// them, when nothing is under way), and perhaps the connection's end right behind them.
-struct Output {
-  enum class End : std::uint8_t { kNone, kClose, kReset };
-
-  std::chrono::milliseconds delay{0};
-  Bytes bytes;
-  End end = End::kNone;
-};
-
-using Outputs = std::vector<Output>;
-
-// One scripted misbehaviour. It counts the telegrams that the PLC is about to send at its step,
-// over all connections and from the moment it was set, and strikes those from `first` to `last`.
+// One scripted misbehaviour. From the moment it is set it counts the telegrams that the PLC is
+// about to send at its step, on all connections together. It strikes those from `first` to `last`.
 //
 // As text: [STEP:]KIND[=VALUE][@FIRST[-[LAST]]]
 //
@@ -79,7 +67,8 @@ class Faults {
   void add(const Fault& fault) { armed_.push_back({fault, 0}); }
   void clear() { armed_.clear(); }
 
-  // What refuses the job whose answer would be the next telegram, Error::kNone when nothing does.
+  // The error that refuses the job whose answer would be the next telegram; Error::kNone if it is
+  // to be done.
   Error refuses_next(Fault::Step step) const;
 
   // Passes one telegram that is about to be sent through the faults.

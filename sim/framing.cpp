@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "sim/message.h"
+
 namespace plexum::sim {
 namespace {
 
@@ -24,30 +26,26 @@ constexpr std::uint8_t kCalledTsap = 0xC2;
 constexpr std::size_t kLongestTsap = 16;
 constexpr std::uint8_t kSmallestTpdu = 7;   // 128 bytes
 constexpr std::uint8_t kLargestTpdu = 13;   // 8192 bytes
-constexpr std::uint16_t kOwnReference = 3;  // what CPUs of the simulated kind answer with
+constexpr std::uint16_t kOwnReference = 3;  // as in all recorded dialogues with CPUs
 
 constexpr std::size_t kDataHeader = kTpktHeader + 3;  // TPKT and the data unit's header
 
-// Positions in an S7 message's header.
-constexpr std::uint8_t kProtocolId = 0x32;
-constexpr std::size_t kMessageType = 1;
-constexpr std::size_t kParameterLength = 6;
-constexpr std::size_t kDataLength = 8;
-constexpr std::size_t kHeader = 10;
-
-std::size_t number_at(ByteView bytes, std::size_t position) {
-  return static_cast<std::size_t>(bytes[position] << 8 | bytes[position + 1]);
+// The length that a TPKT announces, all of it.
+std::size_t tpkt_length(ByteView front) {
+  Reader reader(front);
+  reader.take(2);  // version, reserved
+  return reader.u16();
 }
 
 }  // namespace
 
 void Framing::feed(ByteView bytes) { buffer_.insert(buffer_.end(), bytes.begin(), bytes.end()); }
 
-void Framing::skip_promised() {
+void Framing::skip_announced() {
   std::size_t skipped = 0;
-  while (promised_ > 0 && skipped < buffer_.size() && buffer_[skipped] != kTpktVersion) {
+  while (announced_ > 0 && skipped < buffer_.size() && buffer_[skipped] != kTpktVersion) {
     ++skipped;
-    --promised_;
+    --announced_;
   }
   buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(skipped));
 }
@@ -57,21 +55,17 @@ void Framing::skip_promised() {
 std::optional<std::size_t> Framing::complete_length() const {
   if (!buffer_.empty() && buffer_[0] != kTpktVersion) throw Malformed("no TPKT");
   if (buffer_.size() < kTpktHeader) return {};
-  std::size_t length = number_at(buffer_, 2);
+  std::size_t length = tpkt_length(buffer_);
   if (length < kShortestTpkt) throw Malformed("TPKT without a transport unit");
 
-  const bool whole_message =
-      message_.empty() && buffer_.size() >= kDataHeader + kHeader &&
-      length >= kDataHeader + kHeader && buffer_[kTpktHeader] == kDataLengthIndicator &&
-      buffer_[kTpktHeader + 1] == kDataCode && buffer_[kTpktHeader + 2] == kEndOfMessage &&
-      buffer_[kDataHeader] == kProtocolId;
-  if (whole_message) {
-    const ByteView message = ByteView(buffer_).subspan(kDataHeader);
-    const bool has_error = message[kMessageType] == 2 || message[kMessageType] == 3;
-    const std::size_t message_length = kHeader + (has_error ? 2 : 0) +
-                                       number_at(message, kParameterLength) +
-                                       number_at(message, kDataLength);
-    length = std::min(length, kDataHeader + message_length);
+  const bool begins_message = message_.empty() && buffer_.size() > kDataHeader &&
+                              buffer_[kTpktHeader] == kDataLengthIndicator &&
+                              buffer_[kTpktHeader + 1] == kDataCode &&
+                              buffer_[kTpktHeader + 2] == kEndOfMessage;
+  if (begins_message) {
+    const ByteView arrived = ByteView(buffer_).first(std::min(length, buffer_.size()));
+    const std::optional<std::size_t> announced = announced_length(arrived.subspan(kDataHeader));
+    if (announced) length = std::min(length, kDataHeader + *announced);
   }
   if (buffer_.size() < length) return {};
   return length;
@@ -79,13 +73,13 @@ std::optional<std::size_t> Framing::complete_length() const {
 
 std::optional<TransportUnit> Framing::next() {
   for (;;) {
-    skip_promised();
+    skip_announced();
     const std::optional<std::size_t> length = complete_length();
     if (!length) return {};
-    const std::size_t promised = number_at(buffer_, 2);
+    const std::size_t tpkt = tpkt_length(buffer_);
     const Bytes telegram(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(*length));
     buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(*length));
-    promised_ = promised - *length;
+    announced_ = tpkt - *length;
 
     Reader reader(telegram);
     reader.take(kTpktHeader);
@@ -110,7 +104,7 @@ std::optional<TransportUnit> Framing::next() {
         const ByteView content = reader.take(reader.left());
         if (message_.size() + content.size() > kLongestMessage) throw Malformed("endless message");
         message_.insert(message_.end(), content.begin(), content.end());
-        // Some programming tools acknowledge each answer by an empty fragment.
+        // More fragments follow. Some programming tools send an empty one after each answer.
         if ((end & kEndOfMessage) == 0) continue;
         TransportUnit unit{TransportUnit::Kind::kData, {}};
         unit.content.swap(message_);

@@ -16,9 +16,9 @@ struct TransportUnit {
 
 // Cuts the bytes of one connection into transport units, in whatever pieces they arrive.
 //
-// A data unit is complete as soon as its S7 message is, by the lengths in the message's own
-// header, even when its TPKT promises more: some clients promise bytes that they never send.
-// Promised bytes that do come are skipped; where a new TPKT begins instead, none is.
+// Some clients announce a longer TPKT than they send. So a data unit is complete as soon as its S7
+// message is, by the lengths in the message's own header. The bytes that are still announced then
+// are skipped if they come, up to the start of the next TPKT.
 class Framing {
  public:
   void feed(ByteView bytes);
@@ -27,16 +27,16 @@ class Framing {
   // unit in it; the connection is then of no more use.
   std::optional<TransportUnit> next();
 
-  // Bytes kept for what isn't complete yet: a TPKT's length at most, twice.
+  // Bytes of what isn't complete yet. They are at most as many as two of the longest TPKTs.
   std::size_t kept() const { return buffer_.size() + message_.size(); }
 
  private:
-  void skip_promised();
+  void skip_announced();
   std::optional<std::size_t> complete_length() const;
 
   Bytes buffer_;
-  Bytes message_;             // the fragments of a message whose last one hasn't come yet
-  std::size_t promised_ = 0;  // bytes of the last TPKT that didn't come with it
+  Bytes message_;              // the fragments of a message whose last one hasn't come yet
+  std::size_t announced_ = 0;  // bytes of the last TPKT, behind its message
 };
 
 // A connection request: the caller's reference and its parameters.

@@ -6,24 +6,49 @@ namespace plexum::sim {
 namespace {
 
 constexpr std::uint8_t kProtocolId = 0x32;
-constexpr std::size_t kHeader = 10;
+constexpr std::size_t kHeaderSize = 10;
+constexpr std::size_t kErrorSize = 2;  // error class and code, behind an acknowledgement's header
 
 bool carries_error(MessageType type) {
   return type == MessageType::kAck || type == MessageType::kAckData;
 }
 
+std::size_t size_of(MessageType type, std::size_t parameter, std::size_t data) {
+  return kHeaderSize + (carries_error(type) ? kErrorSize : 0) + parameter + data;
+}
+
+// What stands in front of the error, the parameter and the data.
+struct Header {
+  MessageType type;
+  std::uint16_t reference;
+  std::size_t parameter_length;
+  std::size_t data_length;
+};
+
+Header take_header(Reader& reader) {
+  reader.expect(kProtocolId, "protocol id");
+  const MessageType type{reader.u8()};
+  reader.take(2);  // reserved
+  const std::uint16_t reference = reader.u16();
+  const std::size_t parameter_length = reader.u16();
+  return {type, reference, parameter_length, reader.u16()};
+}
+
 }  // namespace
 
-std::size_t Message::size() const {
-  return kHeader + (carries_error(type) ? 2 : 0) + parameter.size() + data.size();
+std::size_t Message::size() const { return size_of(type, parameter.size(), data.size()); }
+
+std::optional<std::size_t> announced_length(ByteView front) {
+  if (front.size() < kHeaderSize || front[0] != kProtocolId) return {};
+  Reader reader(front);
+  const Header header = take_header(reader);
+  return size_of(header.type, header.parameter_length, header.data_length);
 }
 
 Message parse_message(ByteView bytes) {
   Reader reader(bytes);
-  reader.expect(kProtocolId, "protocol id");
-  Message message;
-  message.type = MessageType{reader.u8()};
-  switch (message.type) {
+  const Header header = take_header(reader);
+  switch (header.type) {
     case MessageType::kJob:
     case MessageType::kAck:
     case MessageType::kAckData:
@@ -32,14 +57,13 @@ Message parse_message(ByteView bytes) {
     default:
       throw Malformed("message type");
   }
-  reader.take(2);  // reserved
-  message.reference = reader.u16();
-  const std::size_t parameter_length = reader.u16();
-  const std::size_t data_length = reader.u16();
+  Message message;
+  message.type = header.type;
+  message.reference = header.reference;
   if (carries_error(message.type)) message.error = Error{reader.u16()};
-  const ByteView parameter = reader.take(parameter_length);
+  const ByteView parameter = reader.take(header.parameter_length);
   message.parameter.assign(parameter.begin(), parameter.end());
-  const ByteView data = reader.take(data_length);
+  const ByteView data = reader.take(header.data_length);
   message.data.assign(data.begin(), data.end());
   return message;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "sim/bytes.h"
 
@@ -29,7 +30,7 @@ enum class Error : std::uint16_t {
   kOutOfMemory = 0x8301,
   kNoMoreUploads = 0x8304,
   kWrongSequence = 0x8401,
-  kWrongFrame = 0x8500,  // also: larger than the granted PDU
+  kWrongFrame = 0x8500,  // also for what is larger than the granted PDU
   kAccessRefused = 0x8703,
   kBlockName = 0xD201,  // the syntax of a block's designation
   kParameter = 0xD202,  // the syntax of a service's arguments
@@ -62,6 +63,10 @@ struct Message {
   // Length in bytes, the measure of the granted PDU.
   std::size_t size() const;
 };
+
+// The length in bytes that a message announces in its header; nothing while `front`, which is what
+// has come of it, doesn't hold the header, and where it is no S7 message.
+std::optional<std::size_t> announced_length(ByteView front);
 
 // Throws Malformed when `bytes` are no S7 message of one of the types above. Bytes behind the
 // message are ignored.

@@ -33,7 +33,7 @@ struct Options {
   std::uint16_t pdu = 240;                 // granted to clients that ask for as much, in bytes
   std::vector<DataBlockSize> data_blocks;  // DB 1 to DB 10 of 1024 bytes when empty
   bool write_protected = false;            // writes and control services are refused
-  bool runs_program = false;  // values that change by themselves, as run_program() has them
+  bool runs_program = false;               // some flags change with time: see run_program()
   // From the acknowledgement of a download request to the PLC's own first job.
   std::chrono::milliseconds download_pause{20};
   std::vector<Fault> faults;

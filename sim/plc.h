@@ -14,8 +14,8 @@ namespace plexum::sim {
 // As the state list of the mode tells it.
 enum class Mode : std::uint8_t { kStop = 4, kRun = 8 };
 
-// What all connections of one simulated PLC share. Whoever uses it from more than one thread holds
-// its lock; a session expects that its caller does.
+// What all connections of one simulated PLC share. A program that uses it on several threads holds
+// its lock, and also while it calls a PlcConnection, which doesn't take the lock itself.
 struct Plc {
   explicit Plc(const Options& chosen);
 
@@ -29,8 +29,8 @@ struct Plc {
   Faults faults;
   unsigned copies_to_rom = 0;  // times that RAM was copied to ROM
   unsigned compressions = 0;
-  std::uint32_t last_upload = 0;   // the id of the last upload
-  std::uint8_t last_transfer = 0;  // the data unit reference of the last answer in several parts
+  std::uint32_t last_upload = 0;    // the id of the last upload
+  std::uint8_t last_data_unit = 0;  // the reference of the last answer in several parts
 };
 
 }  // namespace plexum::sim

@@ -10,20 +10,20 @@ namespace plexum::sim {
 namespace {
 
 constexpr std::size_t kReceivedAtOnce = 4096;
-// A client that sends jobs and takes no answers isn't read from beyond this.
+// Outputs that may wait for one client: one that takes no answers isn't read from beyond that.
 constexpr std::size_t kMostQueued = 64;
 constexpr std::chrono::milliseconds kOutOfSocketsPause{100};
 
 }  // namespace
 
-struct Server::Connection {
-  Connection(Id own_id, Socket own_socket, Plc& plc)
-      : id(own_id), socket(own_socket), session(plc) {}
+struct Server::Client {
+  Client(Id own_id, Socket own_socket, Plc& plc)
+      : id(own_id), socket(own_socket), connection(plc) {}
 
   const Id id;
   const Socket socket;
-  Session session;
-  std::deque<Output> queue;  // the first one's delay runs, unless bytes of the last one are unsent
+  PlcConnection connection;
+  std::deque<Output> queue;  // while nothing is unsent, the first one's delay runs
   std::optional<EventLoop::TimerId> timer;
   Bytes unsent;
   Output::End end = Output::End::kNone;  // what follows the unsent bytes
@@ -37,7 +37,7 @@ Server::Server(EventLoop& loop, Plc& plc)
 }
 
 Server::~Server() {
-  while (!connections_.empty()) close(*connections_.begin()->second, Output::End::kClose);
+  while (!clients_.empty()) close(*clients_.begin()->second, Output::End::kClose);
   if (pause_) {
     loop_.cancel_timer(*pause_);
   } else {
@@ -57,7 +57,7 @@ void Server::accept_connections() {
     const Accepted accepted = accept_from(listener_);
     if (accepted.outcome == Outcome::kNotNow) return;
     if (accepted.outcome == Outcome::kFailed) {
-      // The listener stays readable; asking it again and again would only burn the processor.
+      // The listener stays ready, so watching it would cost all of a processor.
       loop_.unwatch(listener_);
       pause_ = loop_.add_timer(kOutOfSocketsPause, [this] {
         pause_.reset();
@@ -65,128 +65,127 @@ void Server::accept_connections() {
       });
       return;
     }
-    if (connections_.size() >= Options::kMostConnections) {
+    if (clients_.size() >= Options::kMostConnections) {
       close_socket(accepted.socket);
       continue;
     }
     const Id id = next_id_++;
-    Connection& connection =
-        *connections_.emplace(id, std::make_unique<Connection>(id, accepted.socket, plc_))
-             .first->second;
-    update_watch(connection);
+    Client& client =
+        *clients_.emplace(id, std::make_unique<Client>(id, accepted.socket, plc_)).first->second;
+    update_watch(client);
     Outputs outputs;
     {
       const std::lock_guard held(plc_.lock);
-      outputs = connection.session.accepted();
+      outputs = client.connection.accepted();
     }
-    enqueue(connection, std::move(outputs));
+    enqueue(client, std::move(outputs));
     send_due(id);
   }
 }
 
-Server::Connection* Server::find(Id id) {
-  const auto found = connections_.find(id);
-  return found == connections_.end() ? nullptr : found->second.get();
+Server::Client* Server::find(Id id) {
+  const auto found = clients_.find(id);
+  return found == clients_.end() ? nullptr : found->second.get();
 }
 
 void Server::on_ready(Id id) {
-  Connection* connection = find(id);
-  if (connection == nullptr) return;
-  if (!connection->peer_finished && connection->queue.size() < kMostQueued) receive(*connection);
+  Client* client = find(id);
+  if (client == nullptr) return;
+  if (!client->peer_finished && client->queue.size() < kMostQueued) receive(*client);
   send_due(id);
 }
 
-void Server::receive(Connection& connection) {
+void Server::receive(Client& client) {
   std::array<std::uint8_t, kReceivedAtOnce> buffer;
-  const Moved received = receive_from(connection.socket, buffer);
+  const Moved received = receive_from(client.socket, buffer);
   if (received.outcome == Outcome::kNotNow) return;
   if (received.outcome == Outcome::kDone && received.bytes > 0) {
     Outputs outputs;
     {
       const std::lock_guard held(plc_.lock);
-      outputs = connection.session.receive(ByteView(buffer).first(received.bytes));
+      outputs = client.connection.receive(ByteView(buffer).first(received.bytes));
     }
-    enqueue(connection, std::move(outputs));
+    enqueue(client, std::move(outputs));
     return;
   }
-  connection.peer_finished = true;
+  client.peer_finished = true;
   if (received.outcome == Outcome::kFailed) {
-    connection.queue.clear();
-    connection.unsent.clear();
+    client.queue.clear();
+    client.unsent.clear();
   }
 }
 
-void Server::enqueue(Connection& connection, Outputs outputs) {
-  std::move(outputs.begin(), outputs.end(), std::back_inserter(connection.queue));
+void Server::enqueue(Client& client, Outputs outputs) {
+  std::move(outputs.begin(), outputs.end(), std::back_inserter(client.queue));
 }
 
-// Sends what is due and closes what has ended; what isn't due yet gets its timer.
+// Sends what is due now, starts the timer for what is due later, and closes an ended connection.
 void Server::send_due(Id id) {
-  Connection* const found = find(id);
+  Client* const found = find(id);
   if (found == nullptr) return;
-  Connection& connection = *found;
-  while (send_bytes(connection) && connection.end == Output::End::kNone && !connection.timer &&
-         !connection.queue.empty()) {
-    Output& next = connection.queue.front();
+  Client& client = *found;
+  while (send_bytes(client) && client.end == Output::End::kNone && !client.timer &&
+         !client.queue.empty()) {
+    Output& next = client.queue.front();
     if (next.delay.count() > 0) {
-      connection.timer = loop_.add_timer(std::exchange(next.delay, {}), [this, id] {
-        if (Connection* waiting = find(id)) waiting->timer.reset();
+      client.timer = loop_.add_timer(std::exchange(next.delay, {}), [this, id] {
+        if (Client* waiting = find(id)) waiting->timer.reset();
         send_due(id);
       });
       break;
     }
-    connection.unsent = std::move(next.bytes);
-    connection.end = next.end;
-    connection.queue.pop_front();
+    client.unsent = std::move(next.bytes);
+    client.end = next.end;
+    client.queue.pop_front();
   }
-  const bool sent = connection.unsent.empty();
-  if (sent && connection.end != Output::End::kNone) return close(connection, connection.end);
-  if (sent && connection.queue.empty() && connection.peer_finished) {
-    return close(connection, Output::End::kClose);
+  const bool sent = client.unsent.empty();
+  if (sent && client.end != Output::End::kNone) return close(client, client.end);
+  if (sent && client.queue.empty() && client.peer_finished) {
+    return close(client, Output::End::kClose);
   }
-  update_watch(connection);
+  update_watch(client);
 }
 
 // Whether all bytes of the last output are with the system.
-bool Server::send_bytes(Connection& connection) {
-  while (!connection.unsent.empty()) {
-    const Moved sent = send_to(connection.socket, connection.unsent);
+bool Server::send_bytes(Client& client) {
+  while (!client.unsent.empty()) {
+    const Moved sent = send_to(client.socket, client.unsent);
     if (sent.outcome == Outcome::kNotNow) return false;
     if (sent.outcome == Outcome::kFailed) {  // the peer is gone
-      connection.unsent.clear();
-      connection.queue.clear();
-      connection.peer_finished = true;
+      client.unsent.clear();
+      client.queue.clear();
+      client.peer_finished = true;
       return true;
     }
-    connection.unsent.erase(connection.unsent.begin(),
-                            connection.unsent.begin() + static_cast<std::ptrdiff_t>(sent.bytes));
+    client.unsent.erase(client.unsent.begin(),
+                        client.unsent.begin() + static_cast<std::ptrdiff_t>(sent.bytes));
   }
   return true;
 }
 
-void Server::update_watch(Connection& connection) {
+void Server::update_watch(Client& client) {
   short events = 0;
-  if (!connection.peer_finished && connection.queue.size() < kMostQueued) events |= kReadable;
-  if (!connection.unsent.empty()) events |= kWritable;
-  if (events == connection.watched) return;
-  connection.watched = events;
+  if (!client.peer_finished && client.queue.size() < kMostQueued) events |= kReadable;
+  if (!client.unsent.empty()) events |= kWritable;
+  if (events == client.watched) return;
+  client.watched = events;
   if (events == 0) {
-    // Only a timer is awaited; a hang-up would be reported over and over until then.
-    loop_.unwatch(connection.socket);
+    // Only the timer goes on. The loop would report a hang-up again and again until then.
+    loop_.unwatch(client.socket);
   } else {
-    loop_.watch(connection.socket, events, [this, id = connection.id](short) { on_ready(id); });
+    loop_.watch(client.socket, events, [this, id = client.id](short) { on_ready(id); });
   }
 }
 
-void Server::close(Connection& connection, Output::End how) {
-  if (connection.timer) loop_.cancel_timer(*connection.timer);
-  if (connection.watched != 0) loop_.unwatch(connection.socket);
+void Server::close(Client& client, Output::End how) {
+  if (client.timer) loop_.cancel_timer(*client.timer);
+  if (client.watched != 0) loop_.unwatch(client.socket);
   if (how == Output::End::kReset) {
-    reset_socket(connection.socket);
+    reset_socket(client.socket);
   } else {
-    close_socket(connection.socket);
+    close_socket(client.socket);
   }
-  connections_.erase(connection.id);
+  clients_.erase(client.id);
 }
 
 }  // namespace plexum::sim

@@ -8,13 +8,13 @@
 #include <string>
 
 #include "sim/plc.h"
-#include "sim/session.h"
+#include "sim/plc_connection.h"
 #include "sim/system.h"
 
 namespace plexum::sim {
 
-// The sockets of a simulated PLC: listens, and gives every connection a session. Lives on its
-// loop's thread; the PLC's lock is held while a session works.
+// The sockets of a simulated PLC: it listens, and gives every client a connection to the PLC. It
+// lives on its loop's thread, and holds the PLC's lock while a connection works.
 class Server {
  public:
   // Listens as the PLC's options say. Throws std::system_error when it can't.
@@ -26,26 +26,26 @@ class Server {
   std::uint16_t port() const;
 
  private:
-  struct Connection;
+  struct Client;
   using Id = std::uint64_t;
 
   void watch_listener();
   void accept_connections();
   void on_ready(Id id);
-  void receive(Connection& connection);
-  void enqueue(Connection& connection, Outputs outputs);
+  void receive(Client& client);
+  void enqueue(Client& client, Outputs outputs);
   void send_due(Id id);
-  bool send_bytes(Connection& connection);
-  void update_watch(Connection& connection);
-  void close(Connection& connection, Output::End how);
-  Connection* find(Id id);
+  bool send_bytes(Client& client);
+  void update_watch(Client& client);
+  void close(Client& client, Output::End how);
+  Client* find(Id id);
 
   EventLoop& loop_;
   Plc& plc_;
   Socket listener_;
   Id next_id_ = 1;
   std::optional<EventLoop::TimerId> pause_;
-  std::map<Id, std::unique_ptr<Connection>> connections_;
+  std::map<Id, std::unique_ptr<Client>> clients_;
 };
 
 }  // namespace plexum::sim

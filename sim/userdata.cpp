@@ -37,7 +37,8 @@ constexpr std::uint8_t kSuccess = 0xFF;
 constexpr std::uint8_t kNoData = 0x0A;
 constexpr std::uint8_t kOctetString = 0x09;
 constexpr std::size_t kAnswerHead = 10 + 12 + 4;  // S7 header, parameter, data header
-// A part of a block list leaves a little more of the PDU unused than other parts, as CPUs do.
+// A part of a block list holds one entry less than would fit: 52 at a PDU of 240, as in a recorded
+// dialogue with a CPU.
 constexpr std::size_t kEntrySize = 4;
 constexpr std::size_t kListHead = kAnswerHead + kEntrySize;
 
@@ -76,7 +77,8 @@ struct Userdata::Request {
   Bytes content;  // the data, without its header
 };
 
-// The data's own length isn't held against the message's: some clients send one that differs.
+// Some clients announce another length in the data's header than they send. So the content is what
+// there is of the announced length.
 Userdata::Request Userdata::parse(const Message& message) {
   Reader parameter(message.parameter);
   for (const std::uint8_t byte : kParameterHead) parameter.expect(byte, "userdata head");
@@ -128,36 +130,34 @@ Message Userdata::refuse(const Message& message, Error error) {
 }
 
 Message Userdata::answer_request(const Message& message, const Request& request, std::size_t pdu) {
-  const bool continues = transfer_ && request.content.empty() && request.sequence != 0 &&
-                         request.group == transfer_->group &&
-                         request.subfunction == transfer_->subfunction &&
-                         request.sequence == transfer_->sequence;
-  Transfer transfer{request.group, request.subfunction, 1, 0, {}};
+  const bool continues = unfinished_ && request.content.empty() && request.sequence != 0 &&
+                         request.group == unfinished_->group &&
+                         request.subfunction == unfinished_->subfunction &&
+                         request.sequence == unfinished_->sequence;
+  PartedAnswer whole{request.group, request.subfunction, 1, 0, {}};
   if (continues) {
-    transfer = std::move(*transfer_);
+    whole = std::move(*unfinished_);
   } else {
-    transfer.left = serve(request);
+    whole.left = serve(request);
   }
-  transfer_.reset();
+  unfinished_.reset();
 
   const bool entries = function(request.group, request.subfunction) == kListBlocks;
   const std::size_t room =
       entries ? (pdu - kListHead) / kEntrySize * kEntrySize : pdu - kAnswerHead;
-  const bool more = transfer.left.size() > room;
-  if (more && transfer.reference == 0) {
-    if (++plc_.last_transfer == 0) plc_.last_transfer = 1;
-    transfer.reference = plc_.last_transfer;
+  const bool more = whole.left.size() > room;
+  if (more && whole.reference == 0) {
+    if (++plc_.last_data_unit == 0) plc_.last_data_unit = 1;
+    whole.reference = plc_.last_data_unit;
   }
-  const ByteView part = ByteView(transfer.left).first(std::min(room, transfer.left.size()));
-  Message answer =
-      answer_message(message,
-                     answer_parameter(transfer.group, transfer.subfunction, transfer.sequence,
-                                      transfer.reference, more, Error::kNone),
-                     answer_data(part));
+  const ByteView part = ByteView(whole.left).first(std::min(room, whole.left.size()));
+  Message answer = answer_message(message,
+                                  answer_parameter(whole.group, whole.subfunction, whole.sequence,
+                                                   whole.reference, more, Error::kNone),
+                                  answer_data(part));
   if (more) {
-    transfer.left.erase(transfer.left.begin(),
-                        transfer.left.begin() + static_cast<std::ptrdiff_t>(room));
-    transfer_ = std::move(transfer);
+    whole.left.erase(whole.left.begin(), whole.left.begin() + static_cast<std::ptrdiff_t>(room));
+    unfinished_ = std::move(whole);
   }
   return answer;
 }
@@ -180,8 +180,8 @@ Bytes Userdata::serve(const Request& request) {
       return read_state_list(plc_, id, content.u16());
     }
     case kMessageService:
-      // Subscribed, but nothing is ever told: clients that wait for their answers alone take
-      // whatever arrives for one.
+      // The PLC accepts the subscription and never sends a message: a client that takes everything
+      // that arrives for its answer would be misled.
       return Writer().u8(2).u8(0).take();
     case kReadClock:
       return plc_.clock.block();

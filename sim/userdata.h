@@ -15,8 +15,8 @@ class Userdata {
  public:
   explicit Userdata(Plc& plc) : plc_(plc) {}
 
-  // The answer to a request; nothing to what is no request. What is refused, and also what
-  // contradicts itself, is answered with an error in the answer's parameter.
+  // The answer to a request, and nothing to any other message. The answer to a request that is
+  // refused or contradicts itself has the error in its parameter.
   std::optional<Message> answer(const Message& message, std::size_t pdu);
 
   // An answer that refuses a request with this error.
@@ -24,7 +24,8 @@ class Userdata {
 
  private:
   struct Request;
-  struct Transfer {
+  // An answer in several parts, of which some are still to be fetched.
+  struct PartedAnswer {
     std::uint8_t group;
     std::uint8_t subfunction;
     std::uint8_t sequence;
@@ -37,7 +38,7 @@ class Userdata {
   Bytes serve(const Request& request);
 
   Plc& plc_;
-  std::optional<Transfer> transfer_;
+  std::optional<PartedAnswer> unfinished_;
 };
 
 }  // namespace plexum::sim

@@ -30,7 +30,7 @@ struct Downloader : Conversation {
   std::vector<Message> replies_to(const Message& message) {
     constexpr std::size_t kFrame = 7;
     std::vector<Message> answers;
-    for (const Output& output : session.receive(wrap_message(build_message(message)))) {
+    for (const Output& output : connection.receive(wrap_message(build_message(message)))) {
       answers.push_back(parse_message(ByteView(output.bytes).subspan(kFrame)));
     }
     return answers;

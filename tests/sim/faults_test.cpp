@@ -47,11 +47,12 @@ TEST(Faults, StrikeTheStepTheyNameAlone) {
   for (const char* fault : {"confirm:length=21", "setup:error=8104", "silence"}) {
     plc.faults.add(parse_fault(fault));
   }
-  Session session(plc);
-  EXPECT_EQ(text(session.receive(hex(kConnectionRequest))), dump(kConnectionConfirm).substr(0, 62));
-  EXPECT_EQ(text(session.receive(hex(kSetup))),
+  PlcConnection connection(plc);
+  EXPECT_EQ(text(connection.receive(hex(kConnectionRequest))),
+            dump(kConnectionConfirm).substr(0, 62));
+  EXPECT_EQ(text(connection.receive(hex(kSetup))),
             dump("03 00 00 13 02 F0 80 32 02 00 00 FF FF 00 00 00 00 81 04"));
-  EXPECT_EQ(text(session.receive(hex(kJob))), "");
+  EXPECT_EQ(text(connection.receive(hex(kJob))), "");
 }
 
 TEST(Faults, ARefusedJobIsNotDone) {

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "sim/session.h"
+#include "sim/plc_connection.h"
 #include "tests/sim/hex.h"
 
 namespace plexum::sim {
@@ -26,7 +26,7 @@ inline const std::string kReadAnswer = dump(
     "03 00 00 1D | 02 F0 80 | 32 03 00 00 02 00 00 02 00 08 00 00 |"
     "04 01 | FF 04 00 20 00 01 02 03");
 
-// What a session gave for some input, as text: each output's bytes, with "+20ms" before what
+// What a connection gave for some input, as text: each output's bytes, with "+20ms" before what
 // comes later and "close" or "reset" behind what ends the connection; outputs parted by " / ".
 inline std::string text(const Outputs& outputs) {
   std::string all;
@@ -58,16 +58,16 @@ struct JobCase {
 
 // A PLC with one connection that is set up, ready for jobs.
 struct Conversation {
-  explicit Conversation(const Options& options = {}) : plc(options), session(plc) {
+  explicit Conversation(const Options& options = {}) : plc(options), connection(plc) {
     say(kConnectionRequest);
     say(kSetup);
   }
 
-  std::string say(std::string_view telegram) { return text(session.receive(hex(telegram))); }
+  std::string say(std::string_view telegram) { return text(connection.receive(hex(telegram))); }
 
   // A job or userdata message in its frame: the lengths are filled in.
   Outputs exchange(MessageType type, std::string_view parameter, std::string_view data = "") {
-    return session.receive(
+    return connection.receive(
         wrap_message(build_message({type, 0x0200, Error::kNone, hex(parameter), hex(data)})));
   }
 
@@ -100,7 +100,7 @@ struct Conversation {
   }
 
   Plc plc;
-  Session session;
+  PlcConnection connection;
 };
 
 }  // namespace plexum::sim

@@ -1,4 +1,4 @@
-#include "sim/session.h"
+#include "sim/plc_connection.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint16_t kParallelJobs = 3;
 
-// Refuses whatever it is in its own form.
+// A refusal in the form that the message's type asks for.
 Message refuse(const Message& message, Error error) {
   return message.type == MessageType::kUserdata ? Userdata::refuse(message, error)
                                                 : refusal(message, error);
@@ -20,8 +20,9 @@ Message refuse(const Message& message, Error error) {
 
 }  // namespace
 
-Outputs Session::accepted() {
-  // A stand-in for what isn't sent here, so that it can be struck.
+Outputs PlcConnection::accepted() {
+  // A PLC sends nothing when it accepts a connection, but faults strike telegrams. So they get one
+  // byte to strike; it is never sent.
   const Outputs struck =
       plc_.faults.strike(Fault::Step::kAccept, {{}, Bytes(1), Output::End::kNone});
   if (struck.empty()) {
@@ -33,7 +34,7 @@ Outputs Session::accepted() {
   return {};
 }
 
-Outputs Session::receive(ByteView bytes) {
+Outputs PlcConnection::receive(ByteView bytes) {
   if (state_ == State::kOver || state_ == State::kMute) return {};
   if (plc_.options.runs_program) run_program(plc_);
   framing_.feed(bytes);
@@ -50,7 +51,7 @@ Outputs Session::receive(ByteView bytes) {
   return std::exchange(outputs_, {});
 }
 
-void Session::handle(const TransportUnit& unit) {
+void PlcConnection::handle(const TransportUnit& unit) {
   switch (unit.kind) {
     case TransportUnit::Kind::kConnectionRequest:
       connect(unit);
@@ -66,52 +67,45 @@ void Session::handle(const TransportUnit& unit) {
   }
 }
 
-void Session::connect(const TransportUnit& unit) {
+void PlcConnection::connect(const TransportUnit& unit) {
   if (state_ != State::kNew) throw Malformed("second connection request");
   const ConnectionRequest request = parse_connection_request(unit.content);
   state_ = State::kConnected;
   send(Fault::Step::kConfirm, connection_confirm(request));
 }
 
-void Session::handle_message(const Message& message) {
+void PlcConnection::handle_message(const Message& message) {
   if (message.type == MessageType::kAck || message.type == MessageType::kAckData) {
-    download_.take_answer(message, pdu_);
-    return send_own_job({});
+    if (const auto job = download_.take_answer(message, pdu_)) send(Fault::Step::kJob, *job);
+    return;
   }
 
   const bool setup = message.type == MessageType::kJob && !message.parameter.empty() &&
                      message.function() == Function::kSetupCommunication;
   const Fault::Step step = setup ? Fault::Step::kSetup : Fault::Step::kJob;
   const Error scripted = plc_.faults.refuses_next(step);
-  const std::optional<Message> reply =
-      scripted == Error::kNone ? answer(message) : refuse(message, scripted);
-  if (reply) send(step, wrap_message(build_message(*reply)));
-  send_own_job(plc_.options.download_pause);
+  const Reply reply =
+      scripted == Error::kNone ? reply_to(message) : Reply{refuse(message, scripted), {}};
+  if (reply.answer) send(step, *reply.answer);
+  if (reply.own_job) send(Fault::Step::kJob, *reply.own_job, plc_.options.download_pause);
 }
 
-// Of a download, if one is due.
-void Session::send_own_job(std::chrono::milliseconds delay) {
-  if (const std::optional<Message> job = download_.next_job()) {
-    send(Fault::Step::kJob, wrap_message(build_message(*job)), delay);
-  }
-}
-
-std::optional<Message> Session::answer(const Message& message) {
+PlcConnection::Reply PlcConnection::reply_to(const Message& message) {
   try {
     if (message.type == MessageType::kUserdata) {
       if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
-      return userdata_.answer(message, pdu_);
+      return {userdata_.answer(message, pdu_), {}};
     }
-    return answer_job(message);
+    return reply_to_job(message);
   } catch (const Refusal& refused) {
-    return refuse(message, refused.error);
+    return {refuse(message, refused.error), {}};
   } catch (const Malformed&) {
-    // The message is whole; what is in it contradicts itself.
-    return refusal(message, Error::kWrongFrame);
+    // The message is complete, but its content contradicts itself.
+    return {refusal(message, Error::kWrongFrame), {}};
   }
 }
 
-Message Session::answer_setup(const Message& job) {
+Message PlcConnection::answer_setup(const Message& job) {
   Reader reader(job.parameter);
   reader.take(2);  // the function, reserved
   const std::uint16_t calling_jobs = std::min(reader.u16(), kParallelJobs);
@@ -129,34 +123,41 @@ Message Session::answer_setup(const Message& job) {
                            .take());
 }
 
-Message Session::answer_job(const Message& job) {
+PlcConnection::Reply PlcConnection::reply_to_job(const Message& job) {
   const Function function = job.function();
-  if (function == Function::kSetupCommunication) return answer_setup(job);
+  if (function == Function::kSetupCommunication) return {answer_setup(job), {}};
   if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
   if (job.size() > pdu_) throw Refusal{Error::kWrongFrame};
   switch (function) {
     case Function::kReadVariable:
-      return read_variables(plc_.memory, job, pdu_);
+      return {read_variables(plc_.memory, job, pdu_), {}};
     case Function::kWriteVariable:
-      return write_variables(plc_.memory, job, plc_.options.write_protected);
-    case Function::kRequestDownload:
-      return download_.request(job);
+      return {write_variables(plc_.memory, job, plc_.options.write_protected), {}};
+    case Function::kRequestDownload: {
+      Download::Begun begun = download_.request(job);
+      return {std::move(begun.acknowledgement), std::move(begun.job)};
+    }
     case Function::kStartUpload:
-      return uploads_.start(job);
+      return {uploads_.start(job), {}};
     case Function::kUpload:
-      return uploads_.next_part(job, pdu_);
+      return {uploads_.next_part(job, pdu_), {}};
     case Function::kEndUpload:
-      return uploads_.end(job);
+      return {uploads_.end(job), {}};
     case Function::kProgramInvocation:
-      return invoke_program(plc_, job);
+      return {invoke_program(plc_, job), {}};
     case Function::kStop:
-      return stop_program(plc_, job);
+      return {stop_program(plc_, job), {}};
     default:
       throw Refusal{Error::kUnknownService};
   }
 }
 
-void Session::send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay) {
+void PlcConnection::send(Fault::Step step, const Message& message,
+                         std::chrono::milliseconds delay) {
+  send(step, wrap_message(build_message(message)), delay);
+}
+
+void PlcConnection::send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay) {
   if (state_ == State::kOver) return;
   Outputs struck = plc_.faults.strike(step, {delay, std::move(telegram), Output::End::kNone});
   for (Output& output : struck) {

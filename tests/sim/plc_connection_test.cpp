@@ -1,4 +1,4 @@
-#include "sim/session.h"
+#include "sim/plc_connection.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 namespace plexum::sim {
 namespace {
 
-TEST(Session, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
+TEST(PlcConnection, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
   const std::pair<std::string_view, std::string> dialogue[] = {
       {kConnectionRequest, dump(kConnectionConfirm)},
       {kSetup, dump("03 00 00 1B | 02 F0 80 | 32 03 00 00 FF FF 00 08 00 00 00 00 |"
@@ -15,17 +15,17 @@ TEST(Session, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
       {kRead, kReadAnswer},
   };
   Plc plc({});
-  Session session(plc);
+  PlcConnection connection(plc);
   for (const auto& [telegram, answer] : dialogue) {
     const Bytes bytes = hex(telegram);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
       const bool last = i + 1 == bytes.size();
-      EXPECT_EQ(text(session.receive(ByteView(bytes).subspan(i, 1))), last ? answer : "") << i;
+      EXPECT_EQ(text(connection.receive(ByteView(bytes).subspan(i, 1))), last ? answer : "") << i;
     }
   }
 }
 
-TEST(Session, GrantsNeverMoreThanAsked) {
+TEST(PlcConnection, GrantsNeverMoreThanAsked) {
   const JobCase cases[] = {
       {"less of all", "F0 00 00 01 00 02 00 80", "F0 00 00 01 00 02 00 80 | "},
       {"more of all", "F0 00 00 08 00 08 03 C0", "F0 00 00 03 00 03 00 F0 | "},
@@ -40,7 +40,7 @@ TEST(Session, GrantsNeverMoreThanAsked) {
 }
 
 // Lengths that promise more than is sent.
-TEST(Session, ServesWhatIsWholeByItsOwnLengths) {
+TEST(PlcConnection, ServesWhatIsWholeByItsOwnLengths) {
   // A stop job whose TPKT promises 35 bytes and has 33.
   const std::string stop =
       "03 00 00 23 | 02 F0 80 | 32 01 00 00 03 00 00 10 00 00 |"
@@ -57,7 +57,7 @@ TEST(Session, ServesWhatIsWholeByItsOwnLengths) {
   EXPECT_EQ(conversation.say(kRead), kReadAnswer);
 }
 
-TEST(Session, IgnoresEmptyFragmentsAndJoinsOthers) {
+TEST(PlcConnection, IgnoresEmptyFragmentsAndJoinsOthers) {
   Conversation conversation;
   EXPECT_EQ(conversation.say("03 00 00 07 | 02 F0 00"), "");
   EXPECT_EQ(conversation.say("03 00 00 11 | 02 F0 00 | 32 01 00 00 02 00 00 0E 00 00"), "");
@@ -65,7 +65,7 @@ TEST(Session, IgnoresEmptyFragmentsAndJoinsOthers) {
             kReadAnswer);
 }
 
-TEST(Session, RefusesOrIgnoresWhatItDoesNotKnow) {
+TEST(PlcConnection, RefusesOrIgnoresWhatItDoesNotKnow) {
   Conversation conversation;
   EXPECT_EQ(conversation.job("77"), "refused 81 04");
   EXPECT_EQ(conversation.say("03 00 00 14 | 02 F0 80 | 32 03 00 00 00 01 00 01 00 00 00 00 | 1C"),
@@ -73,12 +73,12 @@ TEST(Session, RefusesOrIgnoresWhatItDoesNotKnow) {
       << "an acknowledgement of nothing";
   EXPECT_EQ(conversation.say(kRead), kReadAnswer) << "and goes on";
 
-  Session without_setup(conversation.plc);
+  PlcConnection without_setup(conversation.plc);
   without_setup.receive(hex(kConnectionRequest));
   EXPECT_EQ(Conversation::content(without_setup.receive(hex(kRead))), "refused 84 01");
 }
 
-TEST(Session, ClosesOnMalformedInput) {
+TEST(PlcConnection, ClosesOnMalformedInput) {
   struct Case {
     const char* name;
     bool connected;  // after the connection request and setup
@@ -110,22 +110,22 @@ TEST(Session, ClosesOnMalformedInput) {
   };
   for (const Case& c : cases) {
     Plc plc({});
-    Session session(plc);
+    PlcConnection connection(plc);
     if (c.connected) {
-      session.receive(hex(kConnectionRequest));
-      session.receive(hex(kSetup));
+      connection.receive(hex(kConnectionRequest));
+      connection.receive(hex(kSetup));
     }
-    EXPECT_EQ(text(session.receive(hex(c.bytes))), "close") << c.name;
-    EXPECT_EQ(text(session.receive(hex(kConnectionRequest))), "") << c.name << ", afterwards";
+    EXPECT_EQ(text(connection.receive(hex(c.bytes))), "close") << c.name;
+    EXPECT_EQ(text(connection.receive(hex(kConnectionRequest))), "") << c.name << ", afterwards";
   }
 }
 
-TEST(Session, KeepsABoundedAmountOfAMessageThatNeverEnds) {
+TEST(PlcConnection, KeepsABoundedAmountOfAMessageThatNeverEnds) {
   Bytes fragment = hex("03 00 40 00 02 F0 00");
   fragment.resize(0x4000);
   Conversation conversation;
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(text(conversation.session.receive(fragment)), "");
-  EXPECT_EQ(text(conversation.session.receive(fragment)), "close");
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(text(conversation.connection.receive(fragment)), "");
+  EXPECT_EQ(text(conversation.connection.receive(fragment)), "close");
 }
 
 }  // namespace
