@@ -37,7 +37,8 @@ bool take(std::string_view& text, char c) {
   return true;
 }
 
-// An exponent's value, cut where it can no longer matter to any text that fits into memory.
+// An exponent's value. It is cut where no text that fits into memory has digits enough to make up
+// for it.
 std::int64_t exponent_value(std::string_view digits, bool negative) {
   constexpr std::int64_t kFarAway = std::int64_t{1} << 48;
   std::int64_t value = 0;
@@ -45,7 +46,7 @@ std::int64_t exponent_value(std::string_view digits, bool negative) {
   return negative ? -value : value;
 }
 
-// The power of ten of the first digit that isn't 0; only the sign of a far one is of interest.
+// The power of ten of the first digit that isn't 0. If it is far from 0 only its sign is exact.
 std::int64_t magnitude(std::string_view whole, std::string_view fraction, std::int64_t exponent) {
   const auto is_significant = [](char digit) { return digit != '0'; };
   const auto first = std::find_if(whole.begin(), whole.end(), is_significant);

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/portable/limits.h"
 #include "platform/posix/descriptor.h"
 
 namespace plexum::posix {
@@ -26,8 +27,7 @@ namespace {
 
 using TimePoint = EventLoop::Clock::time_point;
 
-// A wait this long has no end, and longer timers are cut to it, so that no sum overflows.
-constexpr std::chrono::milliseconds kLongestTime = std::chrono::hours(24 * 365);
+using portable::kLongestTime;  // a wait so long has no end
 
 std::chrono::milliseconds bounded(std::chrono::milliseconds time) {
   return std::clamp(time, std::chrono::milliseconds::zero(), kLongestTime);
@@ -38,7 +38,7 @@ timespec timespec_of(std::chrono::nanoseconds time) {
   return {static_cast<time_t>(seconds.count()), static_cast<long>((time - seconds).count())};
 }
 
-// As a time-out of the system's; -1 for a time that none can express.
+// A time as epoll_wait takes it; -1 when it isn't a whole number of milliseconds, or too long.
 int whole_milliseconds(std::chrono::nanoseconds time) {
   constexpr std::chrono::nanoseconds kMillisecond = std::chrono::milliseconds(1);
   const auto count = time / kMillisecond;
@@ -48,13 +48,13 @@ int whole_milliseconds(std::chrono::nanoseconds time) {
 
 std::system_error last_error(const char* what) { return {errno, std::generic_category(), what}; }
 
-// Callers think in poll's events, which epoll shares.
+// Callers use the events of poll; those of epoll have the same values.
 static_assert(POLLIN == EPOLLIN && POLLOUT == EPOLLOUT && POLLERR == EPOLLERR &&
               POLLHUP == EPOLLHUP && POLLRDHUP == EPOLLRDHUP);
 
-// Ends a short wait by a timer that outlasts it. Where waits end early again and again, as those
-// for a near PLC's answers do, most find it set for a time before their own end, and need not
-// start and stop a timer of their own. It rings once and lapses.
+// A timer that ends short waits. Setting it costs a system call. So it stays set when a wait ends
+// early, and the next waits use it, too: if it rings before the end of such a wait, the wait sets
+// it again. Where answers come at once, as from a PLC on the same network, most waits set nothing.
 class Alarm {
  public:
   Alarm() : timer_(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
@@ -184,7 +184,7 @@ struct EventLoop::Implementation {
   Implementation() : revents(kFirstSlot), handlers(kFirstSlot) {
     if (!set) throw last_error("epoll_create1");
     control(EPOLL_CTL_ADD, mailbox->wake_descriptor(), EPOLLIN, kMailboxSlot);
-    // It tells of each ringing once, and so needs no reading.
+    // Edge-triggered, it reports each ringing once, and nobody has to read it.
     control(EPOLL_CTL_ADD, alarm.descriptor(), EPOLLIN | EPOLLET, kAlarmSlot);
   }
 
@@ -224,8 +224,8 @@ struct EventLoop::Implementation {
     return events;
   }
 
-  // Asks the system once, waiting for `timeout` milliseconds (-1: without end) if nothing is
-  // ready. Whether that time is over.
+  // Asks the system once; if nothing is ready it waits for `timeout` milliseconds (-1: without
+  // end). Returns whether nothing came.
   bool ask(int timeout) {
     const int count =
         ::epoll_wait(set.get(), found.data(), static_cast<int>(found.size()), timeout);
@@ -251,8 +251,9 @@ struct EventLoop::Implementation {
     polled_at = now;  // or later: that spares a look at the clock where something comes
     bool any = false;
     for (bool over = false; !any && !over;) {
-      // Which kind of timer a wait pays for goes by the one before: the alarm costs nothing in a
-      // wait that ends early, a time-out less in one that doesn't.
+      // Two timers can end a wait: a time-out of epoll_wait, or the alarm. The alarm is cheaper for
+      // waits that end early, because it mostly is set already; the time-out is cheaper for waits
+      // that last their whole time. This wait is taken to be like the last one.
       int timeout = -1;
       if (has_end && !ends_early) timeout = whole_milliseconds(deadline - polled_at);
       if (has_end && timeout < 0) alarm.set(polled_at, deadline);
@@ -282,7 +283,7 @@ struct EventLoop::Implementation {
     return !timers.empty() && timers.begin()->first <= now;
   }
 
-  // What these add is due later than `now`, and so left for the next round.
+  // A timer that a callback adds is due after `now`, so it is left for the next round.
   void run_timers() {
     if (timers.empty()) return;
     const TimePoint now = Clock::now();

@@ -15,8 +15,8 @@
 namespace plexum::posix {
 namespace {
 
-// A name server that doesn't answer holds a thread for half a minute; a host that connects and
-// gives up again and again must not pile them up.
+// A name server that doesn't answer holds a thread for half a minute. So a host that connects and
+// gives up again and again gets no more threads than these.
 constexpr int kMostLookUps = 32;
 std::atomic<int> running_look_ups = 0;
 
@@ -58,7 +58,7 @@ class SignalBlock {
 }  // namespace
 
 std::vector<SocketAddress> resolve_literal(const std::string& host, std::uint16_t port) {
-  // The usual form, faster; "127.1" and the like are left to the general way.
+  // The usual form goes a faster way; "127.1" and the like need the general one.
   sockaddr_in in{};
   if (::inet_pton(AF_INET, host.c_str(), &in.sin_addr) == 1) {
     in.sin_family = AF_INET;

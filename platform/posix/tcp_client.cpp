@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/runtime_error.h"
+#include "platform/portable/limits.h"
 
 namespace plexum::posix {
 namespace {
@@ -122,8 +123,8 @@ void PosixTcpClient::Connect() {
 
 void PosixTcpClient::SendData(const std::string& bytes) {
   if (known_state() != kTcpConnected) throw RuntimeError(kTcpWrongState);
-  if (bytes.size() > kOutboundLimit - unsent()) {
-    throw RuntimeError(kNoBufferSpace, "No buffer space is available");
+  if (bytes.size() > portable::kOutboundLimit - unsent()) {
+    throw RuntimeError(portable::kNoBufferSpace, "No buffer space is available");
   }
   const bool queue_was_empty = unsent() == 0;
   if (queue_was_empty && !bytes.empty()) {
@@ -144,7 +145,8 @@ void PosixTcpClient::SendData(const std::string& bytes) {
 std::string PosixTcpClient::GetData() {
   look_if_stale();
   std::string taken = std::exchange(inbound_, {});
-  if (taken.size() >= kInboundLimit) stale_since_ = Clock::now();  // the system holds more
+  if (taken.size() >= portable::kInboundLimit)
+    stale_since_ = Clock::now();  // the system holds more
   update_watch();
   return taken;
 }
@@ -189,7 +191,8 @@ void PosixTcpClient::on_ready(short revents) {
 void PosixTcpClient::update_watch() {
   int wanted = 0;
   if (state_ == kTcpConnecting) wanted = POLLOUT;
-  if (state_ == kTcpConnected && inbound_.size() < kInboundLimit) wanted = POLLIN | POLLRDHUP;
+  if (state_ == kTcpConnected && inbound_.size() < portable::kInboundLimit)
+    wanted = POLLIN | POLLRDHUP;
   if (unsent() > 0) wanted |= POLLOUT;
   if (wanted == watched_) return;
   watched_ = static_cast<short>(wanted);
@@ -225,7 +228,7 @@ void PosixTcpClient::try_addresses() {
   state_ = kTcpError;
 }
 
-// To connect again tells how the connection under way stands, in one system call.
+// A second connect tells how the first one stands, in one system call.
 void PosixTcpClient::look_at_connect() {
   const SocketAddress& address = addresses_[next_address_ - 1];
   if (::connect(descriptor_.get(), address.get(), address.length) == 0 || errno == EISCONN) {
@@ -249,13 +252,13 @@ void PosixTcpClient::connected() {
   update_watch();
 }
 
-// Takes what the system holds, up to the limit. A receive that gets less than it could take has
-// taken all; whether the connection's end stands behind that only another one tells, which is
-// spared where a wait has told.
+// Takes what the system holds, up to the limit. A receive that gets less than it had room for has
+// taken all bytes. Only one more receive would tell whether the connection has ended behind them;
+// it is left out where the last wait has shown that it hasn't.
 void PosixTcpClient::receive(bool may_have_ended) {
   std::array<char, kChunk> chunk;
-  while (state_ == kTcpConnected && inbound_.size() < kInboundLimit) {
-    const std::size_t room = std::min(chunk.size(), kInboundLimit - inbound_.size());
+  while (state_ == kTcpConnected && inbound_.size() < portable::kInboundLimit) {
+    const std::size_t room = std::min(chunk.size(), portable::kInboundLimit - inbound_.size());
     const ssize_t count = ::recv(descriptor_.get(), chunk.data(), room, 0);
     if (count > 0) {
       inbound_.append(chunk.data(), static_cast<std::size_t>(count));
@@ -297,7 +300,7 @@ void PosixTcpClient::fail_sending() {
   outbound_ = {};
   sent_ = 0;
   receive(true);
-  const bool more_to_receive = inbound_.size() >= kInboundLimit;
+  const bool more_to_receive = inbound_.size() >= portable::kInboundLimit;
   if (state_ == kTcpConnected && !more_to_receive) state_ = kTcpError;
   update_watch();
 }

@@ -17,26 +17,17 @@ namespace plexum::posix {
 // A TCP client whose descriptor is part of an event loop's poll, so that a wait ends when
 // something arrives. The loop must outlive the client and belongs to the same thread.
 //
-// What the descriptor knows is what State and BytesReceived tell, whether the loop was run or not,
-// for as few system calls as that takes. What was last learned, of bytes and of the connection's
-// end, counts as known until
+// State and BytesReceived tell the truth, whether the loop was run or not, for as few system calls
+// as possible. What was last learned of arrived bytes and of the connection's end counts until
 // - a Connect, a completed connection or the taking of all that may lie here: the next question
 //   looks (receives that don't block, a connect while connecting);
 // - the loop's wait: if it found the descriptor ready, the next question or the loop's process()
 //   receives, whichever comes first; if not, that is the newest knowledge;
 // - a millisecond has gone by: then a question looks, for a host that doesn't run the loop.
-// So a job that follows another one costs one send, one wait and one receive, and one that comes
-// later a look at its start.
+// So a job that follows another one at once costs one send, one wait and one receive. A later one
+// costs a look at its start in addition.
 class PosixTcpClient final : public TcpClient {
  public:
-  // Bytes that may lie here untaken; the peer's further ones stay in the system's buffers, which
-  // stops the peer.
-  static constexpr std::size_t kInboundLimit = std::size_t{1} << 20;
-  // Bytes that may lie here unsent; a SendData that would exceed it sends nothing and is error
-  // 10055, the number of the environment's TCP client for a lack of buffers.
-  static constexpr std::size_t kOutboundLimit = std::size_t{16} << 20;
-  static constexpr std::int32_t kNoBufferSpace = 10055;
-
   explicit PosixTcpClient(EventLoop& loop);
   ~PosixTcpClient() override;
 
@@ -72,8 +63,7 @@ class PosixTcpClient final : public TcpClient {
   std::string host_;
   std::uint16_t port_ = 0;
 
-  // As State tells it, but for kTcpPeerClosing and kTcpError: these it hides behind bytes that
-  // were not taken yet.
+  // State tells this, with one exception: while bytes are left to be taken it tells kTcpConnected.
   std::int16_t state_ = kTcpClosed;
   // Lives as long as the look-up of this connection is wanted.
   std::shared_ptr<std::monostate> look_up_;
@@ -87,8 +77,8 @@ class PosixTcpClient final : public TcpClient {
   std::size_t sent_ = 0;  // of outbound_
   bool send_failed_ = false;
 
-  EventLoop::Clock::time_point known_at_{};     // last look
-  EventLoop::Clock::time_point stale_since_{};  // what was known until then doesn't count
+  EventLoop::Clock::time_point known_at_{};     // the last look
+  EventLoop::Clock::time_point stale_since_{};  // what was learned before doesn't count
 };
 
 }  // namespace plexum::posix

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/portable/limits.h"
 #include "platform/windows/winsock.h"
 
 namespace plexum::windows {
@@ -15,16 +16,16 @@ namespace {
 using TimePoint = EventLoop::Clock::time_point;
 using std::chrono::milliseconds;
 
-// Longer times are cut to this, so that no sum overflows.
-constexpr milliseconds kLongestTime = std::chrono::hours(24 * 365);
+using portable::kLongestTime;
+
 constexpr milliseconds kLongestSleep = std::chrono::hours(1);
 
 [[noreturn]] void fail(const char* what) {
   throw std::system_error(WSAGetLastError(), std::system_category(), what);
 }
 
-// A datagram socket that is connected to itself: WSAPoll waits for sockets alone, so this is how
-// another thread ends its wait.
+// A datagram socket that is connected to itself. WSAPoll waits for sockets only, so another thread
+// ends its wait by sending here.
 SOCKET open_bell() {
   Socket bell(WSASocketW(AF_INET, SOCK_DGRAM, IPPROTO_UDP, nullptr, 0, 0));
   sockaddr_in address{};
@@ -67,14 +68,14 @@ struct EventLoop::Implementation {
     });
   }
 
-  // Until the next timer is due, never shorter.
+  // Milliseconds until the next timer is due, rounded up.
   int sleep_time() {
     if (timers.empty()) return static_cast<int>(kLongestSleep.count());
     const auto left = std::chrono::ceil<milliseconds>(earliest_timer()->second.due - Clock::now());
     return static_cast<int>(std::clamp(left, milliseconds::zero(), kLongestSleep).count());
   }
 
-  // Sleeps until something is to do; what is ready.
+  // Sleeps until there is something to do. Returns what is ready.
   std::vector<WSAPOLLFD> poll() {
     std::vector<WSAPOLLFD> all = {{bell.get(), POLLIN, 0}};
     for (const auto& [descriptor, one] : watched) all.push_back({descriptor, one.events, 0});
@@ -88,7 +89,7 @@ struct EventLoop::Implementation {
     return all;
   }
 
-  // What these add is due later than `now`, and so left for the next round.
+  // A timer that a callback adds is due after `now`, so it is left for the next round.
   void run_timers() {
     const TimePoint now = Clock::now();
     for (auto next = earliest_timer(); next != timers.end() && next->second.due <= now;

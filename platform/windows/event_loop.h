@@ -7,12 +7,12 @@
 
 namespace plexum::windows {
 
-// What a thread of its own that serves sockets runs on Windows: sockets and timers, as the event
-// loop of POSIX systems has them, without posted calls and single rounds. One loop belongs to one
+// The event loop of a thread that only serves sockets, on Windows: sockets and timers, as in the
+// event loop of POSIX systems, but no posted calls and no single rounds. One loop belongs to one
 // thread; stop() may be called from any.
 //
-// A handler may watch, unwatch, add and cancel anything, also itself. It may be called once without
-// need when its socket's number was another's a moment ago, so its calls mustn't block.
+// A handler may watch, unwatch, add and cancel anything, also itself. It may be called once for
+// nothing, when its socket has the number of one that was just closed; so it mustn't block.
 class EventLoop {
  public:
   using Clock = std::chrono::steady_clock;

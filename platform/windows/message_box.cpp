@@ -9,8 +9,8 @@
 namespace plexum::windows {
 namespace {
 
-// The box of this thread that has been asked for and has no window yet. Windows has no other way to
-// tell a message box's window than to watch the thread's windows being made.
+// Where to note the window of the message box that this thread is about to open. Windows doesn't
+// tell it, so a hook watches which windows the thread creates.
 thread_local HWND* awaited_window = nullptr;
 
 // A thread-local hook for the lifetime of a block.

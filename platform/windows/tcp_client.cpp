@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/runtime_error.h"
+#include "platform/portable/limits.h"
 #include "platform/windows/code_page.h"
 
 namespace plexum::windows {
@@ -30,6 +31,18 @@ Outcome outcome_of_connect(SOCKET socket) {
   timeval no_time{};
   if (select(0, nullptr, &writable, &failed, &no_time) == 0) return Outcome::kPending;
   return FD_ISSET(socket, &failed) ? Outcome::kFailed : Outcome::kConnected;
+}
+
+// 0.0.0.0 or ::, which means no particular host.
+bool is_unspecified(const SocketAddress& address) {
+  if (address.family() == AF_INET) {
+    sockaddr_in in{};
+    std::memcpy(&in, &address.storage, sizeof in);
+    return in.sin_addr.s_addr == 0;
+  }
+  sockaddr_in6 in6{};
+  std::memcpy(&in6, &address.storage, sizeof in6);
+  return IN6_IS_ADDR_UNSPECIFIED(&in6.sin6_addr);
 }
 
 // A connection request to a port of the own machine on which nobody listens can meet itself, when
@@ -61,14 +74,14 @@ SOCKET open_socket(int family, HWND window) {
 }  // namespace
 
 std::int16_t BuiltInTcpClient::State() {
-  if (received_.empty()) poll();
-  if (!received_.empty()) return kTcpConnected;
-  return phase_ == kTcpConnected && peer_closed_ ? kTcpPeerClosing : phase_;
+  if (inbound_.empty()) look();
+  if (!inbound_.empty()) return kTcpConnected;
+  return state_ == kTcpConnected && peer_closed_ ? kTcpPeerClosing : state_;
 }
 
 std::int32_t BuiltInTcpClient::BytesReceived() {
-  poll();
-  return static_cast<std::int32_t>(received_.size());
+  look();
+  return static_cast<std::int32_t>(inbound_.size());
 }
 
 void BuiltInTcpClient::RemotePort(std::int32_t port) {
@@ -79,86 +92,84 @@ void BuiltInTcpClient::RemotePort(std::int32_t port) {
 void BuiltInTcpClient::Connect() {
   if (State() != kTcpClosed) throw RuntimeError(kTcpInvalidOperation);
   if (window_ == nullptr) {
-    window_ = std::make_unique<MessageWindow>([this](UINT, WPARAM, LPARAM) { poll(); });
+    window_ = std::make_unique<MessageWindow>([this](UINT, WPARAM, LPARAM) { look(); });
   }
   const std::wstring host = utf16_from_utf8(host_);
   // To the resolver an empty name is this machine, and a name ends at a NUL.
   if (host.empty() || host.find(L'\0') != std::wstring::npos) return fail();
-  if (auto address = numeric_address(host, port_)) {
-    addresses_ = std::move(*address);
-    return connect_to_next_address();
-  }
-  phase_ = kTcpResolving;
-  resolution_ = std::make_unique<NameResolution>(host, port_, window_->handle(), kResolvedMessage);
+  next_address_ = 0;
+  addresses_ = resolve_literal(host, port_);
+  if (!addresses_.empty()) return try_addresses();
+  state_ = kTcpResolving;
+  look_up_ = std::make_unique<NameLookUp>(host, port_, window_->handle(), kResolvedMessage);
 }
 
 void BuiltInTcpClient::SendData(const std::string& bytes) {
   if (State() != kTcpConnected) throw RuntimeError(kTcpWrongState);
   // The connection broke behind bytes that were not taken yet; once they are, State tells.
-  if (phase_ != kTcpConnected || send_failed_) return;
-  if (bytes.size() > kOutboundLimit - unsent_.size()) {
-    throw RuntimeError(kNoBufferSpace, "No buffer space is available");
+  if (state_ != kTcpConnected || send_failed_) return;
+  if (bytes.size() > portable::kOutboundLimit - outbound_.size()) {
+    throw RuntimeError(portable::kNoBufferSpace, "No buffer space is available");
   }
   // One telegram is one send, so that it is one segment; only what the socket refuses is kept.
-  const std::size_t sent = unsent_.empty() ? send(bytes.data(), bytes.size()) : 0;
-  if (!send_failed_) unsent_.append(bytes, sent);
+  const std::size_t sent = outbound_.empty() ? send(bytes.data(), bytes.size()) : 0;
+  if (!send_failed_) outbound_.append(bytes, sent);
 }
 
 std::string BuiltInTcpClient::GetData() {
-  poll();
-  return std::exchange(received_, {});
+  look();
+  return std::exchange(inbound_, {});
 }
 
 void BuiltInTcpClient::Close() {
-  resolution_.reset();
+  look_up_.reset();
   socket_.close();
   addresses_.clear();
-  received_.clear();
-  unsent_.clear();
+  inbound_.clear();
+  outbound_.clear();
   peer_closed_ = false;
   send_failed_ = false;
-  phase_ = kTcpClosed;
+  state_ = kTcpClosed;
 }
 
-void BuiltInTcpClient::poll() {
-  if (phase_ == kTcpResolving) poll_resolution();
-  if (phase_ == kTcpConnecting) poll_connection();
-  if (phase_ == kTcpConnected) send_queued();
-  if (phase_ == kTcpConnected) receive();
+void BuiltInTcpClient::look() {
+  if (state_ == kTcpResolving) look_at_look_up();
+  if (state_ == kTcpConnecting) look_at_connect();
+  if (state_ == kTcpConnected) flush();
+  if (state_ == kTcpConnected) receive();
 }
 
-void BuiltInTcpClient::poll_resolution() {
-  if (!resolution_->done()) return;
-  addresses_ = resolution_->addresses();
-  std::reverse(addresses_.begin(), addresses_.end());
-  resolution_.reset();
-  connect_to_next_address();
+void BuiltInTcpClient::look_at_look_up() {
+  if (!look_up_->done()) return;
+  addresses_ = look_up_->addresses();
+  look_up_.reset();
+  try_addresses();
 }
 
-void BuiltInTcpClient::poll_connection() {
+void BuiltInTcpClient::look_at_connect() {
   switch (outcome_of_connect(socket_.get())) {
     case Outcome::kPending:
       break;
     case Outcome::kConnected:
-      if (is_connected_to_itself(socket_.get())) return connect_to_next_address();
-      phase_ = kTcpConnected;
+      if (is_connected_to_itself(socket_.get())) return try_addresses();
+      state_ = kTcpConnected;
       break;
     case Outcome::kFailed:
-      connect_to_next_address();
+      try_addresses();
       break;
   }
 }
 
-void BuiltInTcpClient::connect_to_next_address() {
-  while (!addresses_.empty()) {
-    const SocketAddress address = addresses_.back();
-    addresses_.pop_back();
+void BuiltInTcpClient::try_addresses() {
+  while (next_address_ < addresses_.size()) {
+    const SocketAddress& address = addresses_[next_address_++];
+    if (is_unspecified(address)) continue;
     socket_.reset(open_socket(address.family(), window_->handle()));
     if (!socket_.is_open()) continue;
     const bool refused = connect(socket_.get(), address.get(), address.length) != 0 &&
                          WSAGetLastError() != WSAEWOULDBLOCK;
     if (refused) continue;
-    phase_ = kTcpConnecting;
+    state_ = kTcpConnecting;
     return;
   }
   fail();
@@ -167,24 +178,24 @@ void BuiltInTcpClient::connect_to_next_address() {
 // A receive also makes Winsock announce the next arrival, whether anything had arrived or not.
 void BuiltInTcpClient::receive() {
   std::array<char, 8192> buffer;
-  while (!peer_closed_ && received_.size() < kInboundLimit) {
-    const std::size_t wanted = std::min(buffer.size(), kInboundLimit - received_.size());
+  while (!peer_closed_ && inbound_.size() < portable::kInboundLimit) {
+    const std::size_t wanted = std::min(buffer.size(), portable::kInboundLimit - inbound_.size());
     const int count = recv(socket_.get(), buffer.data(), static_cast<int>(wanted), 0);
     if (count == 0) peer_closed_ = true;
     if (count < 0 && WSAGetLastError() != WSAEWOULDBLOCK) fail();
     if (count <= 0) return;
-    received_.append(buffer.data(), static_cast<std::size_t>(count));
+    inbound_.append(buffer.data(), static_cast<std::size_t>(count));
     if (static_cast<std::size_t>(count) < wanted) return;
   }
 }
 
-void BuiltInTcpClient::send_queued() {
-  if (unsent_.empty()) return;
-  const std::size_t sent = send(unsent_.data(), unsent_.size());
-  if (sent < unsent_.size()) {
-    unsent_.erase(0, sent);
+void BuiltInTcpClient::flush() {
+  if (outbound_.empty()) return;
+  const std::size_t sent = send(outbound_.data(), outbound_.size());
+  if (sent < outbound_.size()) {
+    outbound_.erase(0, sent);
   } else {
-    unsent_.clear();
+    outbound_.clear();
   }
 }
 
@@ -207,16 +218,16 @@ std::size_t BuiltInTcpClient::send(const char* bytes, std::size_t size) {
 // The peer has cut the connection; what it sent before may still be there to be received.
 void BuiltInTcpClient::fail_sending() {
   send_failed_ = true;
-  unsent_.clear();
+  outbound_.clear();
   receive();
-  const bool more_to_receive = received_.size() >= kInboundLimit;
+  const bool more_to_receive = inbound_.size() >= portable::kInboundLimit;
   if (!more_to_receive) fail();
 }
 
 void BuiltInTcpClient::fail() {
   socket_.close();
-  unsent_.clear();
-  phase_ = kTcpError;
+  outbound_.clear();
+  state_ = kTcpError;
 }
 
 }  // namespace plexum::windows

@@ -8,7 +8,7 @@
 
 #include "base/tcp_client.h"
 #include "platform/windows/message_window.h"
-#include "platform/windows/name_resolution.h"
+#include "platform/windows/resolver.h"
 #include "platform/windows/winsock.h"
 
 namespace plexum::windows {
@@ -21,14 +21,6 @@ namespace plexum::windows {
 // that first calls Connect.
 class BuiltInTcpClient : public TcpClient {
  public:
-  // Bytes that may lie here untaken; the peer's further ones stay in the system's buffers, which
-  // stops the peer.
-  static constexpr std::size_t kInboundLimit = std::size_t{1} << 20;
-  // Bytes that may lie here unsent; a SendData that would exceed it sends nothing and is error
-  // 10055, the number of the environment's TCP client for a lack of buffers.
-  static constexpr std::size_t kOutboundLimit = std::size_t{16} << 20;
-  static constexpr std::int32_t kNoBufferSpace = 10055;
-
   BuiltInTcpClient() = default;
   ~BuiltInTcpClient() override = default;
 
@@ -43,12 +35,12 @@ class BuiltInTcpClient : public TcpClient {
 
  private:
   // Moves the connection on as far as it goes without waiting.
-  void poll();
-  void poll_resolution();
-  void poll_connection();
-  void connect_to_next_address();
+  void look();
+  void look_at_look_up();
+  void look_at_connect();
+  void try_addresses();
   void receive();
-  void send_queued();
+  void flush();
   // Sends what the socket takes of it now; returns how much that was.
   std::size_t send(const char* bytes, std::size_t size);
   void fail_sending();
@@ -56,19 +48,21 @@ class BuiltInTcpClient : public TcpClient {
 
   Winsock winsock_;
   std::unique_ptr<MessageWindow> window_;  // from the first Connect on
-  std::unique_ptr<NameResolution> resolution_;
+  std::unique_ptr<NameLookUp> look_up_;
   Socket socket_;
 
   std::string host_;
   std::int32_t port_ = 0;
 
-  // Closed, resolving, connecting, connected or error, as if nothing were left to be taken.
-  std::int16_t phase_ = kTcpClosed;
-  std::vector<SocketAddress> addresses_;  // not tried yet, the next one last
+  // Closed, resolving, connecting, connected or error. State tells this, with one exception: while
+  // bytes are left to be taken it tells kTcpConnected.
+  std::int16_t state_ = kTcpClosed;
+  std::vector<SocketAddress> addresses_;
+  std::size_t next_address_ = 0;
   bool peer_closed_ = false;
   bool send_failed_ = false;
-  std::string received_;  // arrived and not taken
-  std::string unsent_;    // not taken by the socket yet
+  std::string inbound_;
+  std::string outbound_;
 };
 
 }  // namespace plexum::windows

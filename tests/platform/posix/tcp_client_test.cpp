@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/runtime_error.h"
+#include "platform/portable/limits.h"
 #include "platform/posix/fixtures.h"
 #include "support/tcp_client_contract.h"
 
@@ -108,7 +109,7 @@ TEST_P(TcpClientEndings, BehindBytesThatAreNotTaken) {
 }
 
 TEST_P(TcpClientEndings, WithAFullQueue) {
-  client.SendData(std::string(PosixTcpClient::kOutboundLimit, 'q'));
+  client.SendData(std::string(portable::kOutboundLimit, 'q'));
   end();
   EXPECT_TRUE(until([&] { return client.State() != kTcpConnected; }));
   expect_a_clean_next_connection();
@@ -127,10 +128,10 @@ TEST_F(TcpClientTest, TheQueueIsBoundedAndReachesAPeerThatOnlyReads) {
   for (std::size_t i = 0; i < queued.size(); ++i) queued[i] = static_cast<char>(i * 7 / 5);
   client.SendData(queued);
   try {
-    client.SendData(std::string(PosixTcpClient::kOutboundLimit, 'x'));
+    client.SendData(std::string(portable::kOutboundLimit, 'x'));
     ADD_FAILURE() << "beyond the limit";
   } catch (const RuntimeError& error) {
-    EXPECT_EQ(error.number(), PosixTcpClient::kNoBufferSpace);
+    EXPECT_EQ(error.number(), portable::kNoBufferSpace);
   }
   peer.finish();
   EXPECT_TRUE(comes_to(kTcpPeerClosing));
@@ -160,7 +161,7 @@ TEST_F(TcpClientTest, AFailedSendLosesNothingThatArrived) {
 }
 
 TEST_F(TcpClientTest, AFullClientLeavesTheLoopAloneAndLosesNothingByAFailedSend) {
-  constexpr std::size_t kLimit = PosixTcpClient::kInboundLimit;
+  constexpr std::size_t kLimit = portable::kInboundLimit;
   const std::string sent(kLimit, 'i');
   std::size_t gone = 0;
   EXPECT_TRUE(until([&] {

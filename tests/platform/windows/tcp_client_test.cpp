@@ -7,9 +7,10 @@
 #include <string>
 #include <thread>
 
+#include "platform/portable/limits.h"
 #include "platform/windows/message_window.h"
 #include "platform/windows/messages.h"
-#include "platform/windows/name_resolution.h"
+#include "platform/windows/resolver.h"
 #include "support/tcp_client_contract.h"
 #include "support/tcp_peer.h"
 
@@ -96,26 +97,26 @@ TEST_F(BuiltInTcpClientTest, EveryArrivalEndsAWait) {
 }
 
 TEST_F(BuiltInTcpClientTest, RefusesToQueueWithoutBound) {
-  const std::string most(BuiltInTcpClient::kOutboundLimit, 'x');
+  const std::string most(portable::kOutboundLimit, 'x');
   client.SendData(most);
   try {
     client.SendData(most);
     ADD_FAILURE() << "beyond the limit";
   } catch (const RuntimeError& error) {
-    EXPECT_EQ(error.number(), BuiltInTcpClient::kNoBufferSpace);
+    EXPECT_EQ(error.number(), portable::kNoBufferSpace);
   }
   EXPECT_EQ(client.State(), kTcpConnected);
 }
 
-TEST(NameResolutionTest, LeavesNothingBehindAClientThatIsGone) {
+TEST(NameLookUpTest, LeavesNothingBehindAClientThatIsGone) {
   for (int round = 0; round < 10; ++round) {
     BuiltInTcpClient client;
     client.RemoteHost("localhost");
     client.Connect();
   }
   EXPECT_EQ(MessageWindow::count(), 0);
-  for (int slice = 0; slice < 1000 && NameResolution::threads_running() > 0; ++slice) Sleep(10);
-  EXPECT_EQ(NameResolution::threads_running(), 0);
+  for (int slice = 0; slice < 1000 && NameLookUp::running() > 0; ++slice) Sleep(10);
+  EXPECT_EQ(NameLookUp::running(), 0);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "platform/windows/name_resolution.h"
+#include "platform/windows/resolver.h"
 
 #include <atomic>
 #include <cstring>
@@ -12,23 +12,11 @@
 namespace plexum::windows {
 namespace {
 
-std::atomic<int> running{0};
-
-bool is_unspecified(const ADDRINFOW& info) {
-  if (info.ai_family == AF_INET) {
-    sockaddr_in address{};
-    std::memcpy(&address, info.ai_addr, sizeof address);
-    return address.sin_addr.s_addr == 0;
-  }
-  sockaddr_in6 address{};
-  std::memcpy(&address, info.ai_addr, sizeof address);
-  return IN6_IS_ADDR_UNSPECIFIED(&address.sin6_addr);
-}
+std::atomic<int> running_look_ups = 0;
 
 using AddressList = std::unique_ptr<ADDRINFOW, decltype(&FreeAddrInfoW)>;
 
-// Null when the host isn't known.
-AddressList look_up(const std::wstring& host, int port, int flags) {
+std::vector<SocketAddress> look_up(const std::wstring& host, int port, int flags) {
   ADDRINFOW hints{};
   hints.ai_flags = flags;
   hints.ai_family = AF_UNSPEC;
@@ -36,15 +24,12 @@ AddressList look_up(const std::wstring& host, int port, int flags) {
   hints.ai_protocol = IPPROTO_TCP;
   ADDRINFOW* list = nullptr;
   const std::wstring service = std::to_wstring(port);
-  if (GetAddrInfoW(host.c_str(), service.c_str(), &hints, &list) != 0) list = nullptr;
-  return {list, &FreeAddrInfoW};
-}
+  if (GetAddrInfoW(host.c_str(), service.c_str(), &hints, &list) != 0) return {};
+  const AddressList owner(list, &FreeAddrInfoW);
 
-std::vector<SocketAddress> addresses_of(const ADDRINFOW* list) {
   std::vector<SocketAddress> addresses;
   for (const ADDRINFOW* info = list; info != nullptr; info = info->ai_next) {
     if (info->ai_family != AF_INET && info->ai_family != AF_INET6) continue;
-    if (is_unspecified(*info)) continue;
     SocketAddress address;
     std::memcpy(&address.storage, info->ai_addr, info->ai_addrlen);
     address.length = static_cast<int>(info->ai_addrlen);
@@ -55,14 +40,12 @@ std::vector<SocketAddress> addresses_of(const ADDRINFOW* list) {
 
 }  // namespace
 
-std::optional<std::vector<SocketAddress>> numeric_address(const std::wstring& host, int port) {
-  const AddressList list = look_up(host, port, AI_NUMERICHOST);
-  if (list == nullptr) return std::nullopt;
-  return addresses_of(list.get());
+std::vector<SocketAddress> resolve_literal(const std::wstring& host, int port) {
+  return look_up(host, port, AI_NUMERICHOST);
 }
 
 // Shared between who asks and the thread that looks up; whoever is last frees it.
-struct NameResolution::Request {
+struct NameLookUp::Request {
   std::wstring host;
   int port = 0;
   UINT message = 0;
@@ -81,12 +64,12 @@ struct NameResolution::Request {
 };
 
 // What the thread owns.
-struct NameResolution::Task {
+struct NameLookUp::Task {
   std::shared_ptr<Request> request;
   HMODULE module = nullptr;
 };
 
-NameResolution::NameResolution(const std::wstring& host, int port, HWND window, UINT message)
+NameLookUp::NameLookUp(const std::wstring& host, int port, HWND window, UINT message)
     : request_(std::make_shared<Request>()) {
   request_->host = host;
   request_->port = port;
@@ -94,7 +77,7 @@ NameResolution::NameResolution(const std::wstring& host, int port, HWND window, 
   request_->message = message;
 
   auto parameter = std::make_unique<Task>(Task{request_, hold_module()});
-  ++running;
+  ++running_look_ups;
   const HANDLE thread = parameter->module == nullptr
                             ? nullptr
                             : CreateThread(nullptr, 0, run, parameter.get(), 0, nullptr);
@@ -103,26 +86,26 @@ NameResolution::NameResolution(const std::wstring& host, int port, HWND window, 
     CloseHandle(thread);
     return;
   }
-  --running;
+  --running_look_ups;
   if (parameter->module != nullptr) FreeLibrary(parameter->module);
   request_->answer({});  // without a thread the name stays unknown
 }
 
-NameResolution::~NameResolution() {
+NameLookUp::~NameLookUp() {
   const Lock guard(request_->lock);
   request_->window = nullptr;
 }
 
-bool NameResolution::done() const {
+bool NameLookUp::done() const {
   const Lock guard(request_->lock);
   return request_->done;
 }
 
-const std::vector<SocketAddress>& NameResolution::addresses() const { return request_->addresses; }
+const std::vector<SocketAddress>& NameLookUp::addresses() const { return request_->addresses; }
 
-int NameResolution::threads_running() { return running; }
+int NameLookUp::running() { return running_look_ups; }
 
-DWORD WINAPI NameResolution::run(void* parameter) {
+DWORD WINAPI NameLookUp::run(void* parameter) {
   HMODULE module = nullptr;
   {
     const std::unique_ptr<Task> task(static_cast<Task*>(parameter));
@@ -131,15 +114,13 @@ DWORD WINAPI NameResolution::run(void* parameter) {
     const Winsock winsock;  // whoever asked may give up its own before the answer comes
     std::vector<SocketAddress> found;
     try {
-      if (const AddressList list = look_up(request.host, request.port, 0)) {
-        found = addresses_of(list.get());
-      }
+      found = look_up(request.host, request.port, 0);
     } catch (const std::bad_alloc&) {
       found.clear();  // as good as an unknown name
     }
     request.answer(std::move(found));
   }
-  --running;
+  --running_look_ups;
   FreeLibraryAndExitThread(module, 0);
 }
 
