@@ -12,47 +12,48 @@ constexpr std::string_view kJob = "03 00 00 12 | 02 F0 80 | 32 01 00 00 12 34 00
 const std::string kAnswer = dump("03 00 00 13 02 F0 80 32 02 00 00 12 34 00 00 00 00 81 04");
 
 TEST(Faults, StrikeTheTelegramsTheyName) {
-  struct Case {
+  const std::string refusal = kAnswer.substr(0, 51);  // without class and code
+  const struct {
     const char* fault;
     std::string first, second, third;
-  };
-  const Case cases[] = {
-      {"late=50@2", kAnswer, "+50ms " + kAnswer, kAnswer},
-      {"length=4@1", "03 00 00 13", kAnswer, kAnswer},
-      {"length=21@2-", kAnswer, kAnswer + " 00 00", kAnswer + " 00 00"},
-      {"pieces=8@1", "03 00 00 13 02 F0 80 32 / +2ms 02 00 00 12 34 00 00 00 / +2ms 00 81 04",
-       kAnswer, kAnswer},
+  } cases[] = {
+      // clang-format off
+      {"late=50@2",           kAnswer,                   "+50ms " + kAnswer,        kAnswer},
+      {"length=4@1",          "03 00 00 13",             kAnswer,                   kAnswer},
+      {"length=21@2-",        kAnswer,                   kAnswer + " 00 00",        kAnswer + " 00 00"},
+      {"pieces=8@1", "03 00 00 13 02 F0 80 32 / +2ms 02 00 00 12 34 00 00 00 / +2ms 00 81 04", kAnswer, kAnswer},
       {"pieces=18:7@1", kAnswer.substr(0, 53) + " / +7ms 04", kAnswer, kAnswer},
-      {"double@1-2", kAnswer + " " + kAnswer, kAnswer + " " + kAnswer, kAnswer},
-      {"silence@2", kAnswer, "", kAnswer},
-      {"close@2", kAnswer, "close", ""},
-      {"reset@3", kAnswer, kAnswer, "reset"},
-      {"then-close@1", kAnswer + " close", "", ""},
-      {"then-reset@2", kAnswer, kAnswer + " reset", ""},
-      {"job:error=D209@1", kAnswer.substr(0, 51) + "D2 09", kAnswer, kAnswer},
-      {"job:error=0x8500@1-", kAnswer.substr(0, 51) + "85 00", kAnswer.substr(0, 51) + "85 00",
-       kAnswer.substr(0, 51) + "85 00"},
+      {"double@1-2",          kAnswer + " " + kAnswer,   kAnswer + " " + kAnswer,   kAnswer},
+      {"silence@2",           kAnswer,                   "",                        kAnswer},
+      {"close@2",             kAnswer,                   "close",                   ""},
+      {"reset@3",             kAnswer,                   kAnswer,                   "reset"},
+      {"then-close@1",        kAnswer + " close",        "",                        ""},
+      {"then-reset@2",        kAnswer,                   kAnswer + " reset",        ""},
+      {"job:error=D209@1",    refusal + "D2 09",         kAnswer,                   kAnswer},
+      {"job:error=0x8500@1-", refusal + "85 00",         refusal + "85 00",         refusal + "85 00"},
+      {"setup:silence",       kAnswer,                   kAnswer,                   kAnswer},
+      // clang-format on
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Conversation conversation;
     conversation.plc.faults.add(parse_fault(c.fault));
-    EXPECT_EQ(conversation.say(kJob), c.first) << c.fault;
-    EXPECT_EQ(conversation.say(kJob), c.second) << c.fault;
-    EXPECT_EQ(conversation.say(kJob), c.third) << c.fault;
+    for (const std::string& answer : {c.first, c.second, c.third}) {
+      EXPECT_EQ(conversation.say(kJob), answer) << c.fault;
+    }
   }
 }
 
-TEST(Faults, StrikeTheStepTheyNameAlone) {
+TEST(Faults, StrikeEachStepOfAConnection) {
   Plc plc({});
-  for (const char* fault : {"confirm:length=21", "setup:error=8104", "silence"}) {
-    plc.faults.add(parse_fault(fault));
-  }
+  plc.faults.add(parse_fault("confirm:length=21"));
+  plc.faults.add(parse_fault("setup:error=8104"));
   PlcConnection connection(plc);
   EXPECT_EQ(text(connection.receive(hex(kConnectionRequest))),
             dump(kConnectionConfirm).substr(0, 62));
   EXPECT_EQ(text(connection.receive(hex(kSetup))),
             dump("03 00 00 13 02 F0 80 32 02 00 00 FF FF 00 00 00 00 81 04"));
-  EXPECT_EQ(text(connection.receive(hex(kJob))), "");
+  plc.faults.add(parse_fault("accept:close"));
+  EXPECT_EQ(text(PlcConnection(plc).accepted()), "close");
 }
 
 TEST(Faults, ARefusedJobIsNotDone) {

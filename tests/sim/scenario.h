@@ -2,13 +2,36 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "sim/plc_connection.h"
-#include "tests/sim/hex.h"
+#include "support/hex.h"
 
 namespace plexum::sim {
+
+// Bytes from hexadecimal digits; blanks and | are for the reader, 'text' stands for its characters.
+inline Bytes hex(std::string_view text) {
+  std::string digits;
+  bool quoted = false;
+  for (const char c : text) {
+    if (c == '\'')
+      quoted = !quoted;
+    else if (quoted)
+      digits += test::hex({c});
+    else if (std::isxdigit(static_cast<unsigned char>(c)) != 0)
+      digits += c;
+  }
+  const std::string bytes = test::bytes(digits);
+  return {bytes.begin(), bytes.end()};
+}
+
+// The other way, "03 00 00 16", and the same spacing for what a test expects.
+inline std::string dump(ByteView bytes) { return test::hex({bytes.begin(), bytes.end()}); }
+inline std::string dump(std::string_view text) { return dump(ByteView(hex(text))); }
 
 // TPKT length | COTP: 17, CR, references 0000 and 002E, class 0 | called | calling | TPDU size
 inline constexpr std::string_view kConnectionRequest =
@@ -29,31 +52,29 @@ inline const std::string kReadAnswer = dump(
 // What a connection gave for some input, as text: each output's bytes, with "+20ms" before what
 // comes later and "close" or "reset" behind what ends the connection; outputs parted by " / ".
 inline std::string text(const Outputs& outputs) {
+  constexpr const char* kEnds[] = {"", " close", " reset"};
   std::string all;
-  for (const Output& output : outputs) {
-    std::string one;
-    if (output.delay.count() > 0) one = "+" + std::to_string(output.delay.count()) + "ms";
-    const auto add = [&one](const std::string& more) { one += (one.empty() ? "" : " ") + more; };
-    if (!output.bytes.empty()) add(dump(output.bytes));
-    if (output.end == Output::End::kClose) add("close");
-    if (output.end == Output::End::kReset) add("reset");
-    all += (all.empty() ? "" : " / ") + one;
+  for (const auto& [delay, bytes, end] : outputs) {
+    std::string one = delay.count() > 0 ? " +" + std::to_string(delay.count()) + "ms" : "";
+    if (!bytes.empty()) one += " " + dump(bytes);
+    one += kEnds[static_cast<int>(end)];
+    all += (all.empty() ? "" : " / ") + one.substr(1);
   }
   return all;
 }
 
-// What Conversation::job should give: "parameter | data" in any spacing, or "refused ECCC".
-inline std::string expected(const std::string& answer) {
-  if (answer.starts_with("refused")) return answer;
-  const std::size_t bar = answer.find('|');
-  return dump(answer.substr(0, bar)) + " | " + dump(answer.substr(bar + 1));
+// The S7 message in a telegram.
+inline Message message_in(ByteView telegram) {
+  constexpr std::size_t kFrame = 7;
+  return parse_message(telegram.subspan(kFrame));
 }
 
-struct JobCase {
+// A message that is sent, "parameter | data", and the answer that it must get: "parameter | data"
+// in any spacing, "refused EC CC", or its beginning and "..." behind.
+struct Exchange {
   const char* name;
-  const char* parameter;
-  const char* answer;  // as expected() takes it
-  const char* data = "";
+  std::string message;
+  std::string answer;
 };
 
 // A PLC with one connection that is set up, ready for jobs.
@@ -65,34 +86,41 @@ struct Conversation {
 
   std::string say(std::string_view telegram) { return text(connection.receive(hex(telegram))); }
 
-  // A job or userdata message in its frame: the lengths are filled in.
-  Outputs exchange(MessageType type, std::string_view parameter, std::string_view data = "") {
-    return connection.receive(
-        wrap_message(build_message({type, 0x0200, Error::kNone, hex(parameter), hex(data)})));
+  // Sends a job, or a userdata message if it begins as such. Returns the answer's parameter and
+  // data, "04 01 | FF", or "refused EC CC" for a bare acknowledgement.
+  std::string ask(const std::string& message) {
+    const auto [parameter, data] = parts(message);
+    const bool userdata = dump(parameter).starts_with("00 01 12");
+    return content(connection.receive(
+        wrap_message(build_message({userdata ? MessageType::kUserdata : MessageType::kJob, 0x0200,
+                                    Error::kNone, hex(parameter), hex(data)}))));
   }
 
-  // What follows the error bytes of a job's answer, its parameter and data; "refused ECCC" for a
-  // bare acknowledgement.
-  std::string job(std::string_view parameter, std::string_view data = "") {
-    return content(exchange(MessageType::kJob, parameter, data));
-  }
-
-  // The same for userdata.
-  std::string userdata(std::string_view parameter, std::string_view data) {
-    return content(exchange(MessageType::kUserdata, parameter, data));
-  }
-
-  // Gives the PLC one job after the other.
-  void expect_answers(std::span<const JobCase> cases) {
-    for (const JobCase& c : cases) {
-      EXPECT_EQ(job(c.parameter, c.data), expected(c.answer)) << c.name;
+  // Has one exchange after the other.
+  void expect(std::span<const Exchange> exchanges) {
+    for (const auto& [name, message, wanted] : exchanges) {
+      const std::string answer = ask(message);
+      const auto [parameter, data] = parts(wanted);
+      const std::string spaced = dump(parameter) + " | " + dump(data);
+      if (wanted.starts_with("refused")) {
+        EXPECT_EQ(answer, wanted) << name;
+      } else if (wanted.ends_with("...")) {
+        EXPECT_EQ(answer.substr(0, spaced.size()), spaced) << name;
+      } else {
+        EXPECT_EQ(answer, spaced) << name;
+      }
     }
+  }
+
+  static std::pair<std::string, std::string> parts(const std::string& message) {
+    const std::size_t bar = std::min(message.find('|'), message.find("..."));
+    if (bar >= message.size()) return {message, ""};
+    return {message.substr(0, bar), message.substr(bar + 1)};
   }
 
   static std::string content(const Outputs& outputs) {
     if (outputs.size() != 1) return text(outputs);
-    constexpr std::size_t kFrame = 7;
-    const Message answer = parse_message(ByteView(outputs[0].bytes).subspan(kFrame));
+    const Message answer = message_in(outputs[0].bytes);
     if (answer.type == MessageType::kAck) {
       return "refused " + dump(Writer().u16(static_cast<std::size_t>(answer.error)).take());
     }

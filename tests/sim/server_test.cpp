@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <memory>
+#include <deque>
+#include <optional>
+#include <string>
 #include <thread>
-#include <vector>
 
 #include "sim/simulated_plc.h"
 #include "tests/sim/scenario.h"
@@ -29,111 +30,94 @@ Options on_free_port() {
   return options;
 }
 
-class Client {
- public:
-  explicit Client(std::uint16_t port) : visitor(port) {}
+// A client that has set up its connection.
+struct Client : test::TcpVisitor {
+  explicit Client(const SimulatedPlc& plc) : TcpVisitor(plc.port()) {
+    say(kConnectionRequest);
+    say(kSetup);
+    hear(22 + 27);
+  }
 
-  void send(ByteView bytes) { visitor.send({bytes.begin(), bytes.end()}); }
+  void say(std::string_view telegrams) {
+    const Bytes bytes = hex(telegrams);
+    send({bytes.begin(), bytes.end()});
+  }
 
   // The next `count` bytes; fewer, and how it ended, when the connection ends before.
-  std::string receive(std::size_t count) {
+  std::string hear(std::size_t count) {
     try {
-      const std::string bytes = visitor.receive(count);
-      return dump(Bytes(bytes.begin(), bytes.end())) + (bytes.size() < count ? " closed" : "");
-    } catch (const test::TcpEnd::Reset&) {
+      const std::string bytes = receive(count);
+      return test::hex(bytes) + (bytes.size() < count ? " closed" : "");
+    } catch (const Reset&) {
       return " reset";
     }
   }
 
-  void set_up() {
-    constexpr std::size_t kConfirmSize = 22;
-    constexpr std::size_t kSetupAnswerSize = 27;
-    send(hex(kConnectionRequest));
-    EXPECT_EQ(receive(kConfirmSize), dump(kConnectionConfirm));
-    send(hex(kSetup));
-    receive(kSetupAnswerSize);
-  }
-
   std::string ask() {
-    send(hex(kRead));
-    return receive(kReadAnswerSize);
+    say(kRead);
+    return hear(kReadAnswerSize);
   }
-
-  test::TcpVisitor visitor;
 };
 
 TEST(Server, ServesManyClientsEachByItselfAndTurnsTheNextAway) {
   SimulatedPlc plc(on_free_port());
-  std::vector<std::unique_ptr<Client>> clients;
-  for (std::size_t i = 0; i < Options::kMostConnections; ++i) {
-    clients.push_back(std::make_unique<Client>(plc.port()));
-    clients.back()->set_up();
-  }
+  std::deque<std::optional<Client>> clients;
+  for (std::size_t i = 0; i < Options::kMostConnections; ++i) clients.emplace_back(plc);
   Client& last = *clients.back();
-  Client one_more(plc.port());
-  EXPECT_EQ(one_more.receive(1), " closed");
+  test::TcpVisitor one_more(plc.port());
+  EXPECT_EQ(one_more.receive(1), "");
 
-  clients[0]->send(hex("03 00 00 07 02 F0"));
+  clients[0]->say("03 00 00 07 02 F0");
   EXPECT_EQ(last.ask(), kReadAnswer) << "half a telegram holds nobody up";
 
-  clients[1]->send(hex("'GET / HTTP/1.1'"));
-  EXPECT_EQ(clients[1]->receive(1).substr(0, 1), " ") << "closed or reset";
+  clients[1]->say("'GET / HTTP/1.1'");
+  EXPECT_EQ(clients[1]->hear(1).substr(0, 1), " ") << "closed or reset";
   EXPECT_EQ(last.ask(), kReadAnswer);
 
   clients[0].reset();
   EXPECT_EQ(last.ask(), kReadAnswer);
-  Client instead(plc.port());
-  instead.set_up();
+  EXPECT_EQ(Client(plc).ask(), kReadAnswer);
 }
 
 TEST(Server, AnswersAClientThatHasFinishedSending) {
   SimulatedPlc plc(on_free_port());
   plc.add_fault("late=20");
-  Client client(plc.port());
-  client.set_up();
-  client.send(hex(kRead));
-  client.visitor.finish();
-  EXPECT_EQ(client.receive(kReadAnswerSize + 1), kReadAnswer + " closed");
+  Client client(plc);
+  client.say(kRead);
+  client.finish();
+  EXPECT_EQ(client.hear(kReadAnswerSize + 1), kReadAnswer + " closed");
 }
 
 TEST(Server, TellsAResetFromAnOrderlyEnd) {
   SimulatedPlc plc(on_free_port());
-  for (const char* fault : {"close", "reset"}) {
-    plc.clear_faults();
-    Client client(plc.port());
-    client.set_up();
-    plc.add_fault(fault);
-    EXPECT_EQ(client.ask(), fault == std::string("close") ? " closed" : kResetSeen);
+  for (const std::string fault : {"close", "reset"}) {
+    Client client(plc);
+    plc.add_fault(fault + "@1");
+    EXPECT_EQ(client.ask(), fault == "close" ? " closed" : kResetSeen);
   }
 }
 
 TEST(Server, LivesThroughClientsThatVanish) {
   SimulatedPlc plc(on_free_port());
   plc.add_fault("late=10");
-  for (int i = 0; i < 2 * static_cast<int>(Options::kMostConnections); ++i) {
-    Client client(plc.port());
-    client.set_up();
-    client.send(hex(kRead));
-    client.visitor.reset();
+  for (std::size_t i = 0; i < 2 * Options::kMostConnections; ++i) {
+    Client client(plc);
+    client.say(kRead);
+    client.TcpEnd::reset();
   }
-  plc.clear_faults();
-  Client client(plc.port());
-  client.set_up();
-  EXPECT_EQ(client.ask(), kReadAnswer);
+  EXPECT_EQ(Client(plc).ask(), kReadAnswer);
 }
 
 TEST(Server, TakesNoMoreJobsFromAClientThatTakesNoAnswers) {
   SimulatedPlc plc(on_free_port());
-  plc.add_fault("silence@1");
-  plc.add_fault("late=3600000@2");  // nothing leaves after this one
-  Client client(plc.port());
-  client.set_up();
+  plc.add_fault("late=3600000@1");  // nothing leaves after this one
+  Client client(plc);
   const Bytes job = hex(kRead);
   std::string jobs;
   for (int i = 0; i < 1000; ++i) jobs.append(job.begin(), job.end());
   int refusals = 0;
   for (int i = 0; i < 1000 && refusals < 3; ++i) {
-    if (client.visitor.send_some(jobs) > 0) {
+    if (client.send_some(jobs) > 0) {
       refusals = 0;
     } else {
       ++refusals;

@@ -7,26 +7,15 @@
 namespace plexum::sim {
 namespace {
 
-constexpr std::string_view kCopyToRom = "28 00 00 00 00 00 00 FD 00 02 'EP' 05 '_MODU'";
-constexpr std::string_view kErase = "00 01 12 08 12 41 0C 00 00 00 00 00";
-constexpr std::string_view kEraseData =
+const std::string kCopyToRom = "28 00 00 00 00 00 00 FD 00 02 'EP' 05 '_MODU'";
+const std::string kErase =
+    "00 01 12 08 12 41 0C 00 00 00 00 00 |"
     "FF 09 00 18 00 14 00 00 00 00 00 00 00 01 00 00 00 00 00 01 00 01 00 01 00 01 00 00";
-
-TEST(Services, AnswerInTwentyBytesAndEraseInThirtyThree) {
-  Conversation conversation;
-  EXPECT_EQ(text(conversation.exchange(MessageType::kJob, "29 00 00 00 00 00 09 'P_PROGRAM'")),
-            dump("03 00 00 14 02 F0 80 32 03 00 00 02 00 00 01 00 00 00 00 29"));
-  EXPECT_EQ(text(conversation.exchange(MessageType::kUserdata, kErase, kEraseData)),
-            dump("03 00 00 21 02 F0 80 32 07 00 00 02 00 00 0C 00 04 |"
-                 "00 01 12 08 12 81 0C 01 00 00 00 00 | 0A 00 00 00"));
-  EXPECT_FALSE(conversation.plc.blocks.list(BlockType::kSystemFunction).empty());
-}
 
 // The copy telegram of clients that took its TPKT from the start telegram: two bytes are missing.
 TEST(Services, CopyRamToRomWithoutItsLastTwoBytes) {
   Conversation conversation;
-  const std::string copy =
-      "03 00 00 25 02 F0 80 32 01 00 00 07 00 00 12 00 00 " + std::string(kCopyToRom);
+  const std::string copy = "03 00 00 25 02 F0 80 32 01 00 00 07 00 00 12 00 00 " + kCopyToRom;
   const std::string answer = dump("03 00 00 14 02 F0 80 32 03 00 00 07 00 00 01 00 00 00 00 28");
   EXPECT_EQ(conversation.say(copy), answer);
   EXPECT_EQ(conversation.say(copy + copy), answer + " / " + answer);
@@ -34,8 +23,9 @@ TEST(Services, CopyRamToRomWithoutItsLastTwoBytes) {
 }
 
 TEST(Services, TakeTheirOwnArgumentsAlone) {
-  const JobCase cases[] = {
+  const Exchange exchanges[] = {
       // clang-format off
+      {"stop",                   "29 00 00 00 00 00 09 'P_PROGRAM'",                                  "29 |"},
       {"cold restart",           "28 00 00 00 00 00 00 FD 00 02 'C ' 09 'P_PROGRAM'",                 "28 |"},
       {"unknown service",        "28 00 00 00 00 00 00 FD 00 00 05 '_NONE'",                          "refused 81 04"},
       {"stop of something else", "29 00 00 00 00 00 05 '_GARB'",                                      "refused 81 04"},
@@ -50,25 +40,29 @@ TEST(Services, TakeTheirOwnArgumentsAlone) {
       {"block number 70000",     "28 00 00 00 00 00 00 FD 00 0A 01 00 '0A70000B' 05 '_DELE'",         "refused D2 01"},
       {"two blocks, one there",  "28 00 00 00 00 00 00 FD 00 0A 02 00 '0A00005B' 05 '_DELE'",         "refused 85 00"},
       {"system function",        "28 00 00 00 00 00 00 FD 00 0A 01 00 '0D00001B' 05 '_DELE'",         "refused 87 03"},
+      {"erase",                  kErase,                     "00 01 12 08 12 81 0C 01 00 00 00 00 | 0A 00 00 00"},
       // clang-format on
   };
-  Conversation().expect_answers(cases);
+  Conversation conversation;
+  conversation.expect(exchanges);
+  EXPECT_FALSE(conversation.plc.blocks.list(BlockType::kSystemFunction).empty());
 }
 
 TEST(Services, OfAProtectedPlcAreRefused) {
+  const Exchange exchanges[] = {
+      // clang-format off
+      {"copy RAM to ROM", kCopyToRom, "refused D2 41"},
+      {"erase",           kErase,     "00 01 12 08 12 81 0C 00 00 00 D2 41 | 0A 00 00 00"},
+      {"set the clock",   "00 01 12 04 11 47 02 00 | FF 09 00 0A 00 20 10 07 08 12 30 45 12 12", "00 01 12 08 12 87 02 00 00 00 D2 41 | 0A 00 00 00"},
+      {"its level",       "00 01 12 04 11 44 01 00 | FF 09 00 04 01 32 00 04",
+       "00 01 12 08 12 84 01 01 00 00 00 00 | FF 09 00 30 01 32 00 04 00 28 00 01 00 04 00 01 00 03 00 03 ..."},
+      // clang-format on
+  };
   Options options;
   options.write_protected = true;
   Conversation conversation(options);
-  EXPECT_EQ(conversation.job(kCopyToRom), "refused D2 41");
-  EXPECT_EQ(conversation.userdata(kErase, kEraseData),
-            "00 01 12 08 12 81 0C 00 00 00 D2 41 | 0A 00 00 00");
-  EXPECT_EQ(
-      conversation.userdata("00 01 12 04 11 47 02 00", "FF 09 00 0A 00 20 10 07 08 12 30 45 12 12"),
-      "00 01 12 08 12 87 02 00 00 00 D2 41 | 0A 00 00 00");
+  conversation.expect(exchanges);
   EXPECT_EQ(conversation.plc.mode, Mode::kRun);
-  const std::string protection =
-      conversation.userdata("00 01 12 04 11 44 01 00", "FF 09 00 04 01 32 00 04");
-  EXPECT_NE(protection.find("00 04 00 01 00 03 00 03"), std::string::npos) << protection;
 }
 
 }  // namespace

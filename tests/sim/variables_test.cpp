@@ -9,7 +9,7 @@ namespace {
 
 // Items: 12 0A 10, transport size, count, data block, area, bit address.
 TEST(Variables, ReadsOrTellsOfEachItemWhyItCannot) {
-  const JobCase cases[] = {
+  const Exchange exchanges[] = {
       // clang-format off
       //                       fn n  syntax   ts count db    ar address
       {"BYTE",                "04 01 12 0A 10 02 00 04 00 01 84 00 00 08", "04 01 | FF 04 00 20 01 02 03 04"},
@@ -45,69 +45,70 @@ TEST(Variables, ReadsOrTellsOfEachItemWhyItCannot) {
                               "04 01 13 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00"},
       // clang-format on
   };
-  Conversation().expect_answers(cases);
+  Conversation().expect(exchanges);
 }
 
 TEST(Variables, WritesOrTellsOfEachItemWhyItCannot) {
-  constexpr const char* kFlags = "04 01 12 0A 10 02 00 02 00 00 83 00 00 50";
-  const JobCase cases[] = {
+  const std::string kFlags = "04 01 12 0A 10 02 00 02 00 00 83 00 00 50";
+  const Exchange exchanges[] = {
       // clang-format off
-      {"a bit",                 "05 01 12 0A 10 01 00 01 00 00 83 00 00 53", "05 01 | FF", "00 03 00 01 01"},
-      {"another",               "05 01 12 0A 10 01 00 01 00 00 83 00 00 56", "05 01 | FF", "00 03 00 01 01"},
-      {"clear one",             "05 01 12 0A 10 01 00 01 00 00 83 00 00 53", "05 01 | FF", "00 03 00 01 00"},
+      {"a bit",                 "05 01 12 0A 10 01 00 01 00 00 83 00 00 53 | 00 03 00 01 01", "05 01 | FF"},
+      {"another",               "05 01 12 0A 10 01 00 01 00 00 83 00 00 56 | 00 03 00 01 01", "05 01 | FF"},
+      {"clear one",             "05 01 12 0A 10 01 00 01 00 00 83 00 00 53 | 00 03 00 01 00", "05 01 | FF"},
       {"bits, read",            kFlags,                                      "04 01 | FF 04 00 10 40 00"},
-      {"a word, 12 first",      "05 01 12 0A 10 05 00 01 00 00 83 00 00 50", "05 01 | FF", "12 05 00 10 12 34"},
+      {"a word, 12 first",      "05 01 12 0A 10 05 00 01 00 00 83 00 00 50 | 12 05 00 10 12 34", "05 01 | FF"},
       {"word, read",            kFlags,                                      "04 01 | FF 04 00 10 12 34"},
-      {"a timer",               "05 01 12 0A 10 1D 00 01 00 00 1D 00 00 00", "05 01 | 03", "00 09 00 02 00 00"},
-      {"a counter as bytes",    "05 01 12 0A 10 02 00 02 00 00 1C 00 00 00", "05 01 | 03", "00 04 00 10 00 00"},
-      {"fewer bytes than said", "05 01 12 0A 10 02 00 02 00 01 84 00 00 00", "05 01 | 07", "00 04 00 08 00"},
-      {"a byte for a bit",      "05 01 12 0A 10 01 00 01 00 01 84 00 00 00", "05 01 | 07", "00 04 00 08 00"},
-      {"no data",               "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00", ""},
-      {"data cut short",        "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00", "00 04 00 08"},
-      {"data behind the item",  "05 01 12 0A 10 02 00 01 00 01 84 00 00 00", "refused 85 00", "00 04 00 08 00 00 00"},
+      {"a timer",               "05 01 12 0A 10 1D 00 01 00 00 1D 00 00 00 | 00 09 00 02 00 00", "05 01 | 03"},
+      {"a counter as bytes",    "05 01 12 0A 10 02 00 02 00 00 1C 00 00 00 | 00 04 00 10 00 00", "05 01 | 03"},
+      {"fewer bytes than said", "05 01 12 0A 10 02 00 02 00 01 84 00 00 00 | 00 04 00 08 00", "05 01 | 07"},
+      {"a byte for a bit",      "05 01 12 0A 10 01 00 01 00 01 84 00 00 00 | 00 04 00 08 00", "05 01 | 07"},
+      {"no data",               "05 01 12 0A 10 02 00 01 00 01 84 00 00 00 |", "refused 85 00"},
+      {"data cut short",        "05 01 12 0A 10 02 00 01 00 01 84 00 00 00 | 00 04 00 08", "refused 85 00"},
+      {"data behind the item",  "05 01 12 0A 10 02 00 01 00 01 84 00 00 00 | 00 04 00 08 00 00 00", "refused 85 00"},
       // clang-format on
   };
-  Conversation().expect_answers(cases);
+  Conversation().expect(exchanges);
 }
 
 TEST(Variables, PadsAllItemsButTheLastToEven) {
-  Conversation conversation;
-  EXPECT_EQ(conversation.job("04 03 12 0A 10 02 00 01 00 01 84 00 00 08"
-                             "      12 0A 10 02 00 01 00 63 84 00 00 00"
-                             "      12 0A 10 02 00 03 00 01 84 00 00 10"),
-            expected("04 03 | FF 04 00 08 01 00 0A 00 00 00 FF 04 00 18 02 03 04"));
-  EXPECT_EQ(conversation.job("05 02 12 0A 10 02 00 01 00 00 83 00 00 00"
-                             "      12 0A 10 02 00 01 00 00 83 00 00 08",
-                             "00 04 00 08 AA 00 | 00 04 00 08 BB"),
-            expected("05 02 | FF FF"));
-  EXPECT_EQ(conversation.job("04 01 12 0A 10 02 00 02 00 00 83 00 00 00"),
-            expected("04 01 | FF 04 00 10 AA BB"));
+  const Exchange exchanges[] = {
+      {"read",
+       "04 03 12 0A 10 02 00 01 00 01 84 00 00 08 12 0A 10 02 00 01 00 63 84 00 00 00"
+       "      12 0A 10 02 00 03 00 01 84 00 00 10",
+       "04 03 | FF 04 00 08 01 00 0A 00 00 00 FF 04 00 18 02 03 04"},
+      {"write",
+       "05 02 12 0A 10 02 00 01 00 00 83 00 00 00 12 0A 10 02 00 01 00 00 83 00 00 08 |"
+       "00 04 00 08 AA 00 00 04 00 08 BB",
+       "05 02 | FF FF"},
+      {"written", "04 01 12 0A 10 02 00 02 00 00 83 00 00 00", "04 01 | FF 04 00 10 AA BB"},
+  };
+  Conversation().expect(exchanges);
 }
 
+// 240 bytes: a read's answer has 12 of header, 2 of parameter and 4 of item; a write's job has 10
+// of header, 14 of parameter and 4 of item.
 TEST(Variables, MeasuresJobsAndAnswersByThePdu) {
-  Conversation conversation;  // 240 bytes: 12 of header, 2 of parameter, 4 of item, 222 of data
-  EXPECT_TRUE(conversation.job("04 01 12 0A 10 02 00 DE 00 01 84 00 00 00")
-                  .starts_with("04 01 | FF 04 06 F0"));
-  EXPECT_EQ(conversation.job("04 01 12 0A 10 02 00 DF 00 01 84 00 00 00"), "refused 85 00");
-
-  const auto write = [&](std::size_t count) {
-    const std::string item = dump(
-        Writer().bytes(hex("05 01 12 0A 10 02")).u16(count).bytes(hex("00 01 84 00 00 00")).take());
-    return conversation.job(item,
-                            dump(Writer().bytes(hex("00 04")).u16(8 * count).zeros(count).take()));
+  const auto write = [](std::size_t count) {
+    return "05 01 12 0A 10 02" + dump(Writer().u16(count).take()) + "00 01 84 00 00 00 | 00 04" +
+           dump(Writer().u16(8 * count).zeros(count).take());
   };
-  EXPECT_EQ(write(212), expected("05 01 | FF")) << "10 of header, 14 of parameter, 4 of item";
-  EXPECT_EQ(write(213), "refused 85 00");
+  const Exchange exchanges[] = {
+      {"read 222", "04 01 12 0A 10 02 00 DE 00 01 84 00 00 00", "04 01 | FF 04 06 F0 ..."},
+      {"read 223", "04 01 12 0A 10 02 00 DF 00 01 84 00 00 00", "refused 85 00"},
+      {"write 212", write(212), "05 01 | FF"},
+      {"write 213", write(213), "refused 85 00"},
+  };
+  Conversation().expect(exchanges);
 }
 
 TEST(Variables, TheBlocksOfTheOptionsExist) {
+  const Exchange exchanges[] = {
+      {"DB 12", "04 01 12 0A 10 02 00 03 00 0C 84 00 00 00", "04 01 | FF 04 00 18 00 00 00"},
+      {"DB 1", "04 01 12 0A 10 02 00 01 00 01 84 00 00 00", "04 01 | 0A 00 00 00"},
+  };
   Options options;
   options.data_blocks = {parse_data_block("12:3")};
-  Conversation conversation(options);
-  EXPECT_EQ(conversation.job("04 01 12 0A 10 02 00 03 00 0C 84 00 00 00"),
-            expected("04 01 | FF 04 00 18 00 00 00"));
-  EXPECT_EQ(conversation.job("04 01 12 0A 10 02 00 01 00 01 84 00 00 00"),
-            expected("04 01 | 0A 00 00 00"));
+  Conversation(options).expect(exchanges);
   for (const char* text :
        {"", "1", "1:", ":1", "0:1", "1:0", "1:65535", "70000:1", "1:1 ", "-1:1"}) {
     EXPECT_THROW(parse_data_block(text), std::invalid_argument) << text;
