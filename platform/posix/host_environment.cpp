@@ -6,9 +6,11 @@
 #include "platform/portable/decimal_text.h"
 
 namespace plexum::posix {
+namespace {
 
-PosixHostEnvironment::PosixHostEnvironment(EventLoop& loop, char decimal_separator)
-    : loop_(loop), decimal_separator_(decimal_separator) {}
+constexpr char kDecimalSeparator = '.';
+
+}  // namespace
 
 std::uint32_t PosixHostEnvironment::tick_count() {
   const auto now = EventLoop::Clock::now().time_since_epoch();
@@ -29,11 +31,11 @@ void PosixHostEnvironment::show_message_box(const std::string& text) {
 void PosixHostEnvironment::property_changed(const std::string&) {}
 
 double PosixHostEnvironment::number_from_text(const std::string& text) {
-  return portable::number_from_text(text, decimal_separator_);
+  return portable::number_from_text(text, kDecimalSeparator);
 }
 
 std::string PosixHostEnvironment::text_from_number(double number) {
-  return portable::text_from_number(number, decimal_separator_);
+  return portable::text_from_number(number, kDecimalSeparator);
 }
 
 }  // namespace plexum::posix

@@ -28,15 +28,12 @@ using std::chrono::milliseconds;
 using test::kLong;
 using testing::ElementsAre;
 
-// A descriptor that is ready to be read between put() and take().
-struct Signal {
-  void put() const { EXPECT_EQ(::eventfd_write(descriptor.get(), 1), 0); }
-  void take() const {
-    eventfd_t count = 0;
-    EXPECT_EQ(::eventfd_read(descriptor.get(), &count), 0);
-  }
-  int get() const { return descriptor.get(); }
-  Descriptor descriptor{::eventfd(0, EFD_CLOEXEC)};
+using Log = std::vector<std::string>;
+
+// A descriptor that is ready to be read from put() on.
+struct Signal : Descriptor {
+  Signal() : Descriptor(::eventfd(0, EFD_CLOEXEC)) {}
+  void put() const { EXPECT_EQ(::eventfd_write(get(), 1), 0); }
 };
 
 class EventLoopTest : public test::LoopFixture {
@@ -45,14 +42,32 @@ class EventLoopTest : public test::LoopFixture {
     return [this, text] { log.push_back(text); };
   }
 
-  std::vector<std::string> log;
+  void watch(const Signal& signal, const std::string& text) {
+    loop.watch(signal.get(), POLLIN, [this, text](short) { log.push_back(text); });
+  }
+
+  // What one round noted.
+  Log round() {
+    log.clear();
+    loop.process();
+    return log;
+  }
+
+  // Whether a wait of so many milliseconds lasts them.
+  bool lasts(int time) {
+    const auto start = EventLoop::Clock::now();
+    loop.wait(milliseconds(time));
+    return EventLoop::Clock::now() - start >= milliseconds(time);
+  }
+
+  Log log;
 };
 
 TEST_F(EventLoopTest, WakesForDataAndRunsTheHandlerOnlyInProcess) {
   const Signal data;
   loop.watch(data.get(), POLLIN, [&](short revents) {
     EXPECT_NE(revents & POLLIN, 0);
-    data.take();
+    loop.unwatch(data.get());
     log.push_back("data");
   });
   std::thread writer([&] { data.put(); });
@@ -60,10 +75,7 @@ TEST_F(EventLoopTest, WakesForDataAndRunsTheHandlerOnlyInProcess) {
   writer.join();
   EXPECT_THAT(log, ElementsAre());
   EXPECT_TRUE(wakes()) << "what is remembered must end the next wait as well";
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("data"));
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("data"));
+  EXPECT_EQ(round(), Log{"data"});
 }
 
 // Also for one that comes just when the loop falls asleep.
@@ -86,7 +98,7 @@ TEST_F(EventLoopTest, WakesForEachPostOfAnotherThread) {
 TEST_F(EventLoopTest, WhatARoundPostsAndAddsWaitsForTheNext) {
   const Signal data;
   data.put();
-  loop.watch(data.get(), POLLIN, [&](short) { log.emplace_back("data"); });
+  watch(data, "data");
   EventLoop::Callback post_again = [&] {
     log.emplace_back("post");
     loop.post(post_again);
@@ -97,11 +109,9 @@ TEST_F(EventLoopTest, WhatARoundPostsAndAddsWaitsForTheNext) {
   };
   loop.post(post_again);
   loop.add_timer(milliseconds(0), add_again);
-  for (int round = 0; round < 2; ++round) {
-    log.clear();
+  for (int rounds = 0; rounds < 2; ++rounds) {
     EXPECT_TRUE(wakes()) << "for a post of the own thread";
-    loop.process();
-    EXPECT_THAT(log, ElementsAre("timer", "post", "data"));
+    EXPECT_THAT(round(), ElementsAre("timer", "post", "data"));
   }
 }
 
@@ -115,50 +125,35 @@ TEST_F(EventLoopTest, TimersRunInTheOrderOfTheirTimes) {
   loop.add_timer(milliseconds(2), note("2 again"));
   loop.cancel_timer(cancelled);
   loop.cancel_timer(cancelled);
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("past"));
-  *time += milliseconds(5);
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("past", "2", "2 again"));
-  *time += milliseconds(5);
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("past", "2", "2 again", "9"));
+  for (const Log& due : {Log{"past"}, Log{"2", "2 again"}, Log{"9"}}) {
+    EXPECT_EQ(round(), due);
+    *time += milliseconds(5);
+  }
 }
 
-TEST_F(EventLoopTest, ATimerEndsAWaitAndASignalDoesNot) {
+// Waits that end early leave a timer behind, which must not shorten a later one.
+TEST_F(EventLoopTest, ATimerEndsAWaitButNeitherASignalNorAnEarlierWaitDoes) {
   loop.add_timer(milliseconds(1), note("timer"));
   EXPECT_TRUE(wakes());
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("timer"));
+  EXPECT_EQ(round(), Log{"timer"});
 
   const auto before = std::signal(SIGALRM, [](int) {});
   const itimerval often{{0, 5000}, {0, 5000}};  // microseconds
   ::setitimer(ITIMER_REAL, &often, nullptr);
-  const auto start = EventLoop::Clock::now();
-  loop.wait(milliseconds(20));
-  EXPECT_GE(EventLoop::Clock::now() - start, milliseconds(20));
+  EXPECT_TRUE(lasts(20));
   const itimerval never{};
   ::setitimer(ITIMER_REAL, &never, nullptr);
   std::signal(SIGALRM, before);
-}
 
-// Waits that end early leave a timer behind, which must not shorten a later one.
-TEST_F(EventLoopTest, AWaitLastsItsTimeAlsoBehindOnesThatEndedEarly) {
   const Signal data;
   data.put();
-  loop.watch(data.get(), POLLIN, [](short) {});
+  watch(data, "data");
   for (int early = 0; early < 3; ++early) {
-    EXPECT_TRUE(wakes());
-    loop.process();
-    loop.wait(milliseconds(10));
+    EXPECT_FALSE(lasts(10));
     loop.process();
   }
   loop.unwatch(data.get());
-  for (int late = 0; late < 2; ++late) {
-    const auto start = EventLoop::Clock::now();
-    loop.wait(milliseconds(20));
-    EXPECT_GE(EventLoop::Clock::now() - start, milliseconds(20));
-  }
+  EXPECT_TRUE(lasts(20) && lasts(20));
 }
 
 // Two descriptors are ready in the same round; the handler of whichever runs first does something
@@ -166,35 +161,29 @@ TEST_F(EventLoopTest, AWaitLastsItsTimeAlsoBehindOnesThatEndedEarly) {
 class ReadyTogether : public EventLoopTest {
  protected:
   void watch_both(const std::function<void(int other)>& first) {
-    watch(one, two, first);
-    watch(two, one, first);
+    for (const auto& [signal, other] : {std::pair(&one, &two), std::pair(&two, &one)}) {
+      signal->put();
+      loop.watch(signal->get(), POLLIN, [this, first, other = other](short) {
+        if (++runs == 1) first(other->get());
+      });
+    }
   }
 
   Signal one;
   Signal two;
   int runs = 0;
-
- private:
-  void watch(const Signal& signal, const Signal& other, const std::function<void(int)>& first) {
-    signal.put();
-    loop.watch(signal.get(), POLLIN, [this, first, &other](short) {
-      if (++runs == 1) first(other.get());
-    });
-  }
 };
 
 TEST_F(ReadyTogether, TheOthersPlaceGoesToANewDescriptor) {
   const Signal fresh;
   watch_both([&](int other) {
     loop.unwatch(other);
-    loop.watch(fresh.get(), POLLIN, [&](short) { log.emplace_back("fresh"); });
+    watch(fresh, "fresh");
   });
-  loop.process();
+  EXPECT_EQ(round(), Log{}) << "the new one isn't ready";
   EXPECT_EQ(runs, 1);
-  EXPECT_THAT(log, ElementsAre()) << "the new one isn't ready";
   fresh.put();
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("fresh"));
+  EXPECT_EQ(round(), Log{"fresh"});
 }
 
 TEST_F(ReadyTogether, TheOtherRunsInANestedRoundAndNotTwice) {
@@ -230,14 +219,13 @@ TEST_F(EventLoopTest, AHandlerMayReplaceItselfWhileItRuns) {
   data.put();
   const std::string long_text(100, 'x');  // something to be destroyed with the handler
   loop.watch(data.get(), POLLIN, [&, long_text](short) {
-    loop.watch(data.get(), POLLIN, [&](short) { log.emplace_back("second"); });
+    watch(data, "second");
     loop.unwatch(data.get());
-    loop.watch(data.get(), POLLIN, [&](short) { log.emplace_back("third"); });
+    watch(data, "third");
     log.push_back(long_text.substr(0, 1));
   });
-  loop.process();
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("x", "third"));
+  EXPECT_EQ(round(), Log{"x"});
+  EXPECT_EQ(round(), Log{"third"});
 }
 
 TEST_F(EventLoopTest, APostRunsTheOthersInsideItself) {
@@ -248,8 +236,7 @@ TEST_F(EventLoopTest, APostRunsTheOthersInsideItself) {
     log.emplace_back("outer ends");
   });
   loop.post(note("inner"));
-  loop.process();
-  EXPECT_THAT(log, ElementsAre("outer", "inner", "outer ends"));
+  EXPECT_THAT(round(), ElementsAre("outer", "inner", "outer ends"));
 }
 
 TEST_F(EventLoopTest, StopEndsTheInnermostRunAlsoWhenItComesBefore) {
@@ -263,12 +250,11 @@ TEST_F(EventLoopTest, StopEndsTheInnermostRunAlsoWhenItComesBefore) {
     std::thread([&] { loop.stop(); }).join();
   });
   loop.run();
-  EXPECT_THAT(log, ElementsAre("inner run ended"));
+  EXPECT_EQ(log, Log{"inner run ended"});
 }
 
 TEST(EventLoopPosterTest, OutlivesTheLoop) {
   struct PostsAtItsEnd {
-    explicit PostsAtItsEnd(EventLoop::Poster p) : poster(std::move(p)) {}
     ~PostsAtItsEnd() {
       poster.post([] {});
     }
@@ -276,9 +262,9 @@ TEST(EventLoopPosterTest, OutlivesTheLoop) {
   };
   std::optional<EventLoop> loop(std::in_place);
   const EventLoop::Poster poster = loop->poster();
-  const auto held = std::make_shared<PostsAtItsEnd>(poster);
+  const std::shared_ptr<PostsAtItsEnd> held(new PostsAtItsEnd{poster});
   loop->post([held] { FAIL(); });
-  loop->post([last = std::make_shared<PostsAtItsEnd>(poster)] {});
+  loop->post([last = std::shared_ptr<PostsAtItsEnd>(new PostsAtItsEnd{poster})] {});
   loop.reset();
   EXPECT_EQ(held.use_count(), 1) << "the loop must drop what it didn't run";
   poster.post([held] { FAIL(); });

@@ -20,15 +20,18 @@ TEST(CodePageTest, EveryByteComesBackThroughEveryAnsiCodePage) {
 }
 
 TEST(CodePageTest, BytesAreTheCharactersOfTheCodePage) {
-  const auto text = [](UINT number) {
-    return CodePage(number).text_from_bytes("\x7F\x80\x98\xC0");
+  const struct {
+    UINT code_page;
+    std::wstring text;
+    std::string bytes;
+  } kCases[] = {
+      {1252, L"\x007F\x20AC\x02DC\x00C0", "\x7F\x80\x98\xC0"},
+      {1251, L"\x007F\x0402\x0098\x0410", "\x7F\x80\x98\xC0"},
+      {932, L"\x007F\x0080\x0098\x00C0", "\x7F\x80\x98\xC0"},  // two bytes a character
   };
-  EXPECT_EQ(text(1252), L"\x007F\x20AC\x02DC\x00C0");
-  EXPECT_EQ(text(1251), L"\x007F\x0402\x0098\x0410");
-  EXPECT_EQ(text(932), L"\x007F\x0080\x0098\x00C0") << "more than one byte a character";
-}
-
-TEST(CodePageTest, CharactersOutsideTheTableAreTheirOwnCodesOrInvalid) {
+  for (const auto& one : kCases) {
+    EXPECT_EQ(CodePage(one.code_page).text_from_bytes(one.bytes), one.text) << one.code_page;
+  }
   EXPECT_EQ(CodePage(1252).bytes_from_text(L"\x0080\x0098\x009F"), "\x80\x98\x9F");
   // Best fits don't count: a capital A with grave is none of the Cyrillic characters.
   EXPECT_EQ(CodePage(1251).bytes_from_text(L"\x00C0\x0410"), "\xC0\xC0");

@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "platform/portable/limits.h"
 #include "platform/windows/message_window.h"
 #include "platform/windows/messages.h"
 #include "platform/windows/resolver.h"
@@ -94,18 +93,6 @@ TEST_F(BuiltInTcpClientTest, EveryArrivalEndsAWait) {
   client.GetData();
   expect_wake_by([this] { peer.finish(); });
   EXPECT_EQ(client.State(), kTcpPeerClosing);
-}
-
-TEST_F(BuiltInTcpClientTest, RefusesToQueueWithoutBound) {
-  const std::string most(portable::kOutboundLimit, 'x');
-  client.SendData(most);
-  try {
-    client.SendData(most);
-    ADD_FAILURE() << "beyond the limit";
-  } catch (const RuntimeError& error) {
-    EXPECT_EQ(error.number(), portable::kNoBufferSpace);
-  }
-  EXPECT_EQ(client.State(), kTcpConnected);
 }
 
 TEST(NameLookUpTest, LeavesNothingBehindAClientThatIsGone) {
