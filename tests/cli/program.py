@@ -10,7 +10,7 @@ import re
 import subprocess
 import sys
 
-PROGRAM = sys.argv[1]
+PROGRAM = os.path.abspath(sys.argv[1])
 WINDOWS = PROGRAM.endswith(".exe")
 WINE = pathlib.Path(__file__).resolve().parents[2] / "script/wine"
 COMMAND = [WINE, PROGRAM] if WINDOWS else [PROGRAM]
@@ -27,14 +27,25 @@ def run(*arguments, text=None):
 def run_on_terminal(typed, *arguments):
     """The same, with `typed` entered on a terminal that is its standard input."""
     ours, its = pty.openpty()
-    try:
-        os.write(ours, typed.encode() + b"\n")
-        done = subprocess.run([PROGRAM, *arguments], stdin=its, capture_output=True, text=True,
-                              encoding="utf-8", timeout=PATIENCE)
-    finally:
-        os.close(ours)
-        os.close(its)
+    os.write(ours, typed.encode() + b"\n")
+    with os.fdopen(ours), os.fdopen(its) as terminal:
+        done = subprocess.run([PROGRAM, *arguments], stdin=terminal, capture_output=True,
+                              text=True, encoding="utf-8", timeout=PATIENCE)
     return done.returncode, done.stdout, done.stderr
+
+
+def succeeds(*arguments):
+    """The standard output of a run that ends with 0 and has nothing to say on standard error."""
+    code, out, error = run(*arguments)
+    equal((arguments, code, error), (arguments, 0, ""))
+    return out
+
+
+def fails(expected, arguments, *parts):
+    """A run ends with that exit code, prints nothing, and says why in one line with these parts."""
+    code, out, error = run(*arguments)
+    equal((arguments, code, out), (arguments, expected, ""))
+    one_line(error, *parts)
 
 
 class Started:
@@ -69,7 +80,11 @@ class Simulator(Started):
         found = re.fullmatch(r"listening on 127\.0\.0\.1:(\d+)", greeting)
         assert found, f"greets with {greeting!r}"
         self.port = found[1]
-        self.here = ["--ip", "127.0.0.1", "--port", self.port, "--tzeit", "500"]
+        self.here = self.within("500")
+
+    def within(self, milliseconds):
+        """The options that lead to it, with a limit of that for each wait."""
+        return ["--ip", "127.0.0.1", "--port", self.port, "--tzeit", milliseconds]
 
 
 class Host(Started):
@@ -94,10 +109,14 @@ def equal(found, expected):
     assert found == expected, f"{found!r} instead of {expected!r}"
 
 
-def one_line(text, *parts):
-    assert re.fullmatch(r"plexum: [^\n]+\n", text), f"no single line: {text!r}"
+def has(text, *parts):
     for part in parts:
         assert part in text, f"no {part!r} in {text!r}"
+
+
+def one_line(text, *parts):
+    assert re.fullmatch(r"plexum: [^\n]+\n", text), f"no single line: {text!r}"
+    has(text, *parts)
 
 
 def words_of_the_system(words):

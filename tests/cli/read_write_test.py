@@ -3,11 +3,7 @@
 
 import json
 
-from program import Simulator, equal, main, one_line, run, run_on_terminal
-
-
-def at(simulator, command, *arguments):
-    return run(command, *simulator.here, *arguments)
+from program import (Simulator, equal, fails, has, main, one_line, run, run_on_terminal, succeeds)
 
 
 def test_read_in_every_form():
@@ -16,14 +12,13 @@ def test_read_in_every_form():
             ((), "DB1.DBW16         4660\nDB1.DBW64[3]:INT  0 100 200\n"
                  "DB1.DBB38:STRING  Hello from the PLC\nT5                S5T#50S\n"),
             (("--value",), "4660\n0 100 200\nHello from the PLC\nS5T#50S\n")):
-        equal(run("read", "--sim", *form, *addresses), (0, expected, ""))
-    code, out, error = run("read", "--sim", "--json", *addresses)
-    equal((code, error), (0, ""))
-    values = [(item["address"], item["type"], item["value"]) for item in json.loads(out)]
+        equal(succeeds("read", "--sim", *form, *addresses), expected)
+    found = json.loads(succeeds("read", "--sim", "--json", *addresses))
+    values = [(item["address"], item["type"], item["value"]) for item in found]
     equal(values, list(zip(addresses, ("WORD", "INT", "STRING", "S5TIME"),
                            (4660, [0, 100, 200], "Hello from the PLC", 50000))))
-    equal(json.loads(out)[1]["raw"], "0000006400C8")
-    equal(run("read", "--sim", "--hex", "DB1.DBB38[18]", "MB9")[1].splitlines(), [
+    equal(found[1]["raw"], "0000006400C8")
+    equal(succeeds("read", "--sim", "--hex", "DB1.DBB38[18]", "MB9").splitlines(), [
         "DB1.DBB38[18]     38  18 12 48 65 6C 6C 6F 20 66 72 6F 6D 20 74 68 65  ..Hello from the",
         " " * 18 + "54  20 50" + " " * 45 + "P",
         "MB9" + " " * 16 + "9  00" + " " * 47 + "."])
@@ -33,11 +28,12 @@ def test_an_array_longer_than_the_pdu():
     with Simulator("--pdu", "64") as simulator:
         numbers = [str(number) for number in range(-100, 100)]
         for command, extra in (("write", [",".join(numbers)]), ("read", [])):
-            equal(at(simulator, command, "--pdu", "64", "DB2.DBW0[200]:INT", *extra),
-                  (0, f"DB2.DBW0[200]:INT  {' '.join(numbers)}\n", ""))
+            equal(succeeds(command, *simulator.here, "--pdu", "64", "DB2.DBW0[200]:INT", *extra),
+                  f"DB2.DBW0[200]:INT  {' '.join(numbers)}\n")
 
 
 def test_what_is_written_is_read():
+    # Address, values as arguments of write, value as it is shown.
     pairs = (("DB2.DBW0:INT", ["-5"], "-5"), ("DB2.DBD4:REAL", ["-2.5"], "-2.5"),
              ("M5.1", ["true"], "1"), ("M6.6[4]", ["1,0,1,1"], "1 0 1 1"),
              ("MW20[3]:INT", ["[1,-2,3]"], "1 -2 3"), ("MB30[2]", ["1", "0x1F"], "1 31"),
@@ -45,20 +41,19 @@ def test_what_is_written_is_read():
              ("DB1.DBB40[2]:CHAR", ["[]"], "[]"))
     with Simulator() as simulator:
         arguments = [text for address, values, _ in pairs for text in (address, *values)]
-        code, out, error = at(simulator, "write", "--verify", *arguments)
-        equal((code, error), (0, ""))
-        equal(out, "".join(f"{address}  {value}  verified\n" for address, _, value in pairs))
-        code, out, error = at(simulator, "read", "--value", *[pair[0] for pair in pairs[:-2]],
-                              "MB5", "MB6", "DB1.DBB38")
-        equal(out.split("\n")[:6], [pair[2] for pair in pairs[:6]])
-        equal(out.split("\n")[-4:], ["2", "64", "24", ""])  # no bit beside them; the room is kept
+        equal(succeeds("write", *simulator.here, "--verify", *arguments),
+              "".join(f"{address}  {value}  verified\n" for address, _, value in pairs))
+        lines = succeeds("read", *simulator.here, "--value", *[pair[0] for pair in pairs[:6]],
+                         "MB5", "MB6", "DB1.DBB38").splitlines()
+        equal(lines[:6], [pair[2] for pair in pairs[:6]])
+        equal(lines[6:], ["2", "64", "24"])  # no bit beside them; the string's room is kept
         for text in ("-x", "--verbose", "-hello", "", "ping"):
-            equal(at(simulator, "write", "DB1.DBB38:STRING", text)[:2],
-                  (0, f"DB1.DBB38:STRING  {text}\n"))
+            equal(succeeds("write", *simulator.here, "DB1.DBB38:STRING", text),
+                  f"DB1.DBB38:STRING  {text}\n")
 
 
 def test_what_can_not_be_done_writes_nothing():
-    for arguments, code, *parts in (
+    for arguments, code, *parts in (  # parts of what is said
             (("read", "MW"), 2, "DB10.DBW4"), (("read", "PQB0"), 2, "only be written"),
             (("read", "DB1.DBB4000[300]"), 2, "can't address byte 4222"),
             (("read", "--json", "--hex", "MW0"), 2, "excludes"),
@@ -71,12 +66,10 @@ def test_what_can_not_be_done_writes_nothing():
             (("write", "--yes", "--verify", "PQW0", "1"), 2, "only be written"),
             (("write", "M0.0", "1", "AW2", "1"), 3, "AW2", "--yes"),
             (("write", "DB1.DBB38:STRING", "x" * 25), 2, "STRING[24]")):
-        found, out, error = run(*arguments, "--sim")
-        equal((arguments, found, out), (arguments, code, ""))
-        one_line(error, *parts)
+        fails(code, (*arguments, "--sim"), *parts)
     with Simulator() as simulator:  # all strings are looked at before the first write
-        at(simulator, "write", "MW0", "7", "MB10:STRING", "x")
-        equal(at(simulator, "read", "--value", "MW0")[1], "0\n")
+        equal(run("write", *simulator.here, "MW0", "7", "MB10:STRING", "x")[0], 2)
+        equal(succeeds("read", *simulator.here, "--value", "MW0"), "0\n")
 
 
 def test_outputs_ask_on_a_terminal():
@@ -84,34 +77,32 @@ def test_outputs_ask_on_a_terminal():
         with Simulator() as simulator:
             found, _, error = run_on_terminal(answer, "write", *simulator.here, "QB0", "5")
             equal(found, code)
-            assert "QB0 of 127.0.0.1" in error, error
-            equal(at(simulator, "read", "--value", "AB0")[1], value + "\n")
+            has(error, "QB0 of 127.0.0.1")
+            equal(succeeds("read", *simulator.here, "--value", "AB0"), value + "\n")
 
 
 def test_a_failing_address_hides_no_other():
     with Simulator("--fault", "close@2") as simulator:
-        code, out, error = at(simulator, "read", "--json", "DB1.DBW16", "MW0", "DB99.DBW0", "C3")
+        code, out, error = run("read", *simulator.here, "--json", "DB1.DBW16", "MW0", "DB99.DBW0",
+                               "C3")
     equal(code, 1)
     found = json.loads(out)
     equal([item.get("value") for item in found], [4660, None, None, 33])
     lines = error.splitlines()
     equal(lines, ["plexum: " + found[1]["error"], "plexum: " + found[2]["error"],
                   "plexum: 2 of 4 addresses could not be read"])
-    assert "no such block" in lines[1], lines
+    has(lines[1], "no such block")
 
 
 def test_a_plc_that_refuses_or_is_gone():
     with Simulator("--protected") as simulator:
-        code, out, error = at(simulator, "write", "MW0", "1", "MW2", "2")
-        equal((code, out), (1, ""))
-        one_line(error, "writing MW0: access denied", "PUT/GET", "the 1 behind it: not written")
+        fails(1, ("write", *simulator.here, "MW0", "1", "MW2", "2"),
+              "writing MW0: access denied", "PUT/GET", "the 1 behind it: not written")
     with Simulator("--fault", "then-close@1", "--fault", "accept:close@2-") as simulator:
-        code, out, error = at(simulator, "read", "--json", "MW0", "MW2", "MW4")
+        code, out, error = run("read", *simulator.here, "--json", "MW0", "MW2", "MW4")
         equal((code, len(json.loads(out))), (1, 2))
-        assert "plexum: connecting to 127.0.0.1" in error, error
-    code, out, error = at(simulator, "read", "MW0", "MW2")
-    equal((code, out), (1, ""))
-    one_line(error, "connecting to 127.0.0.1")
+        has(error, "plexum: connecting to 127.0.0.1")
+    fails(1, ("read", *simulator.here, "MW0", "MW2"), "connecting to 127.0.0.1")
 
 
 # Wine's terminals are not this system's.

@@ -4,23 +4,19 @@
 import datetime
 import json
 
-from program import Simulator, equal, main, one_line, run, run_on_terminal
+from program import Simulator, equal, fails, has, main, one_line, run, run_on_terminal, succeeds
 
 
 def test_state():
     with Simulator() as plc:
-        code, out, error = run("info", "--json", *plc.here)
-        equal((code, error), (0, ""))
-        info = json.loads(out)
+        info = json.loads(succeeds("info", "--json", *plc.here))
         equal((info["mode"], info["lamps"]["RUN"], info["problems"]), ("RUN", "on", []))
         equal(info["blocks"]["DB"], {"count": 10, "may_be_incomplete": False})
         equal(info["blocks"]["SFC"], {"count": 52, "may_be_incomplete": True})  # of 71
-        equal(run("mode", *plc.here), (0, "RUN (bits 0 to 7: 00100010)\n", ""))
-        code, out, error = run("szl", *plc.here)
-        equal((code, error), (0, ""))
-        lines = out.splitlines()
+        equal(succeeds("mode", *plc.here), "RUN (bits 0 to 7: 00100010)\n")
+        lines = succeeds("szl", *plc.here).splitlines()
         equal(lines[0], "FF 09 00 24 01 19 00 00 00 04 00 07 00 01 00 00")
-        assert "RUN     on" in lines and "STOP    off" in lines, out
+        has(lines, "RUN     on", "STOP    off")
 
 
 def test_a_part_that_the_plc_does_not_tell():
@@ -29,68 +25,56 @@ def test_a_part_that_the_plc_does_not_tell():
         code, out, error = run("info", *plc.here)
         equal(code, 1)
         one_line(error, "reading the lamps", "the PLC refuses this function")
-        assert "Mode     RUN" in out and "Lamps    not to be had" in out and "DB 10" in out, out
+        has(out, "Mode     RUN", "Lamps    not to be had", "DB 10")
 
 
 def test_clock():
     with Simulator() as plc:
-        for given, shown in (("2026-11-23T08:05:00.36", "2026-11-23T08:05:00."),
-                             ("1999-12-31 23:59", "1999-12-31T23:59:00.")):
-            code, out, error = run("clock", *plc.here, "set", given)
-            equal((code, error), (0, ""))
-            assert "verified" in out, out
-            out = run("clock", *plc.here)[1]
-            assert out.startswith(shown[:-3]), out
-        equal(run("clock", *plc.here, "set", "now", "--utc")[0], 0)
-        clock = json.loads(run("clock", "--json", *plc.here)[1])
+        for given, shown in (("2026-11-23T08:05:00.36", "2026-11-23T08:05:"),
+                             ("1999-12-31 23:59", "1999-12-31T23:59:")):
+            has(succeeds("clock", *plc.here, "set", given), "verified")
+            has(succeeds("clock", *plc.here), shown)
+        succeeds("clock", *plc.here, "set", "now", "--utc")
+        clock = json.loads(succeeds("clock", "--json", *plc.here))
         shown = datetime.datetime.fromisoformat(clock["clock"])
         behind = datetime.datetime.now(datetime.timezone.utc).replace(tzinfo=None) - shown
         assert abs(behind) < datetime.timedelta(seconds=30), clock
         equal(clock["weekday"], shown.strftime("%A"))
         for wrong in ("2026-02-30T08:05", "2026-11-23T24:00", "2026-11-23", "tomorrow"):
-            code, out, error = run("clock", *plc.here, "set", wrong)
-            equal((wrong, code, out), (wrong, 2, ""))
-            one_line(error, wrong)
+            fails(2, ("clock", *plc.here, "set", wrong), wrong)
 
 
 def test_services_are_verified():
     with Simulator() as plc:
-        for arguments, said in ((["start"], "nothing to do"), (["stop"], "stopped (verified"),
-                                (["stop"], "nothing to do"), (["start"], "started (verified"),
-                                (["compress"], "can't be seen"), (["ram-to-rom"], "can't be seen"),
-                                (["erase"], "erased (verified"), (["erase"], "no block before")):
-            code, out, error = run(*arguments, "--yes", *plc.here)
-            equal((arguments, code, error), (arguments, 0, ""))
-            assert said in out, (arguments, out)
+        for command, said in (("start", "nothing to do"), ("stop", "stopped (verified"),
+                              ("stop", "nothing to do"), ("start", "started (verified"),
+                              ("compress", "can't be seen"), ("ram-to-rom", "can't be seen"),
+                              ("erase", "erased (verified"), ("erase", "no block before")):
+            has(succeeds(command, "--yes", *plc.here), said)
 
 
 def test_refused_services():
     # A refusal of full length is a good answer to the control.
     full_length = ("--fault", "length=20@2")
     for command, faults, said in (
-            (["stop", "--yes", "--wait", "0"], (), "protection level"),
-            (["stop", "--yes", "--wait", "0"], full_length, "it has refused"),
-            (["compress", "--yes"], (), "protection level"),
-            (["erase", "--yes"], (), "still lists 14 blocks"),
-            (["clock", "set", "2020-01-01T00:00"], (), "has not taken 2020-01-01T00:00:00.000")):
+            (("stop", "--yes", "--wait", "0"), (), "protection level"),
+            (("stop", "--yes", "--wait", "0"), full_length, "it has refused"),
+            (("compress", "--yes"), (), "protection level"),
+            (("erase", "--yes"), (), "still lists 14 blocks"),
+            (("clock", "set", "2020-01-01T00:00"), (), "has not taken 2020-01-01T00:00:00.000")):
         with Simulator("--protected", *faults) as plc:
-            code, out, error = run(command[0], *plc.here, *command[1:])
-            equal((command, code, out), (command, 1, ""))
-            one_line(error, said)
+            fails(1, (command[0], *plc.here, *command[1:]), said)
 
 
 def test_confirmations():
     with Simulator() as plc:
         for typed, code in (("n", 3), ("", 3), ("nonsense", 3), ("y", 0)):
-            found, out, error = run_on_terminal(typed, "stop", *plc.here)
+            found, _, error = run_on_terminal(typed, "stop", *plc.here)
             equal((typed, found), (typed, code))
-            assert f"Really stop the CPU of 127.0.0.1:{plc.port}? [y/N]" in error, error
-            mode = run("mode", *plc.here)[1].split()[0]
-            equal((typed, mode), (typed, "STOP" if typed == "y" else "RUN"))
+            has(error, f"Really stop the CPU of 127.0.0.1:{plc.port}? [y/N]")
+            has(succeeds("mode", *plc.here), "STOP" if typed == "y" else "RUN")
         for command in ("start", "erase", "compress", "ram-to-rom"):
-            code, out, error = run(command, *plc.here)
-            equal((command, code, out), (command, 3, ""))
-            one_line(error, "not done", "--yes")
+            fails(3, (command, *plc.here), "not done", "--yes")
 
 
 # Wine's terminals are not this system's.

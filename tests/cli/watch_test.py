@@ -11,7 +11,7 @@ import signal
 import subprocess
 import tempfile
 
-from program import (PATIENCE, PROGRAM, WINDOWS, Simulator, Started, equal, main, one_line, run)
+from program import (PATIENCE, PROGRAM, WINDOWS, Simulator, Started, equal, fails, has, main, run)
 
 TIME = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z"
 STATISTICS = r"(\d+) polls, (\d+) failed; round trips: min [\d.]+, median [\d.]+, 99 % [\d.]+, .*\n"
@@ -37,29 +37,17 @@ def test_a_line_a_change_and_a_row_a_poll():
         equal(len(changes) > 1, address == "MW108")
 
 
-def read_until(stream, part):
-    text = ""
-    while part not in text:
-        line = stream.readline()
-        assert line, f"no {part!r} in {text!r}"
-        text += line
-    return text
-
-
 def test_an_outage_is_told_and_overcome():
     with Simulator("--program") as simulator:
-        port = simulator.port
-        watching = Started("watch", "--ip", "127.0.0.1", "--port", port, "MW100", "--interval",
-                           "20", "--tzeit", "200")
-        with watching:
+        with Started("watch", *simulator.within("200"), "MW100", "--interval", "20") as watching:
             assert re.fullmatch(TIME + r" MW100 \d+", watching.line())
             simulator.process.send_signal(signal.SIGTERM)
             equal(simulator.end()[0], 0)
-            told = read_until(watching.process.stderr, "outage: ")
-            assert re.search(TIME + " outage: reading MW100: .*err [34]", told), told
-            with Started("sim", "--port", port, "--program") as again:
-                assert again.line().endswith(port)
-                read_until(watching.process.stderr, " connected again after ")
+            told = next(line for line in watching.process.stderr if "outage: " in line)
+            assert re.match(TIME + " outage: reading MW100: .*err [34]", told), told
+            with Started("sim", "--port", simulator.port, "--program") as again:
+                has(again.line(), simulator.port)
+                next(line for line in watching.process.stderr if " connected again after " in line)
                 watching.process.send_signal(signal.SIGINT)
                 code, _, error = watching.end()
     polls, failed = re.fullmatch(STATISTICS, error).groups()
@@ -68,8 +56,8 @@ def test_an_outage_is_told_and_overcome():
 
 def test_a_run_that_ends_in_an_outage_has_failed():
     with Simulator("--fault", "close@3-") as simulator:
-        code, out, error = run("watch", "--ip", "127.0.0.1", "--port", simulator.port, "MB0",
-                               "--count", "3", "--interval", "1", "--tzeit", "100")
+        code, out, error = run("watch", *simulator.within("100"), "MB0", "--count", "3",
+                               "--interval", "1")
     equal((code, out.count("\n")), (1, 1))
     statistics = re.search(STATISTICS + r"plexum: .*err \d", error)
     equal(statistics and statistics.groups(), ("3", "1"))
@@ -82,9 +70,7 @@ def test_what_cannot_be_watched():
             (["PQB0", "--sim"], 2, "PQB0"),
             (["MB0", "--sim", "--csv", "/missing/values.csv"], 1, "No such file"),
             (["MB0", "--sim", "--interval", "0"], 2, "--interval")):
-        found, out, error = run("watch", *arguments)
-        equal((arguments, found, out), (arguments, code, ""))
-        one_line(error, part)
+        fails(code, ("watch", *arguments), part)
 
 
 def seen_on_a_terminal(*arguments, **environment):
@@ -118,7 +104,8 @@ def test_a_terminal_is_painted_over():
     paintings = seen.split("\x1b[7A\r")
     equal(len(paintings), 5)
     for painting in paintings:
-        assert "MB3 " in painting and "MB4" not in painting and "and 6 more" in painting, painting
+        assert "MB4" not in painting, painting
+        has(painting, "MB3 ", "and 6 more")
         lines = re.sub("\x1b\\[[?0-9]*[a-zA-Z]", "", painting).split("\r\n")
         assert len(lines) == 8 and max(map(len, lines)) < 40, lines
     # A value that changes is shown inverted, the first one and one that stays aren't.
@@ -138,13 +125,12 @@ def test_plots():
         name = "it's | $(a) 'picture'.svg"  # that nobody interprets
         code, out, error = run(*plot, "--output", name, "--csv", "values.csv")
         equal((code, out), (0, ""))
-        assert "samples, drawn in " + name in error, error
+        has(error, "samples, drawn in " + name)
         equal(sorted(os.listdir()), [name, "plot.png", "values.csv"])
         with open("plot.png", "rb") as file:
             equal(file.read(8), b"\x89PNG\r\n\x1a\n")
-        picture = pathlib.Path(name).read_text(encoding="utf-8")
-        for part in ("<svg", "MD104:REAL", "M110.0", "DB1.DBW64[2] [1]", "127.0.0.1"):
-            assert part in picture, part
+        has(pathlib.Path(name).read_text(encoding="utf-8"), "<svg", "MD104:REAL", "M110.0",
+            "DB1.DBW64[2] [1]", "127.0.0.1")
 
         # gnuplot missing, and one that fails, before anything is sampled.
         os.environ["PATH"] = folder
@@ -153,15 +139,11 @@ def test_plots():
             if script:
                 pathlib.Path("gnuplot").write_text(script, encoding="utf-8")
                 os.chmod("gnuplot", 0o755)
-            code, _, error = run("plot", "--sim", "MB0", "--output", "new.png")
-            equal((part, code), (part, 1))
-            one_line(error, part)
+            fails(1, ("plot", "--sim", "MB0", "--output", "new.png"), part)
         for arguments, code, part in ((["MB0", "--output", "x.gif"], 2, ".png and .svg"),
                                       (["DB1.DBB38:STRING"], 2, "can't be plotted"),
                                       (["MB0", "--output", "missing/x.svg"], 1, "no such folder")):
-            found, _, error = run("plot", "--sim", *arguments)
-            equal((arguments, found), (arguments, code))
-            one_line(error, part)
+            fails(code, ("plot", "--sim", *arguments), part)
         equal(sorted(os.listdir()), ["gnuplot", name, "plot.png", "values.csv"])
         os.chdir("/")
 
@@ -169,9 +151,8 @@ def test_plots():
 def test_trace_is_on_standard_error():
     code, out, error = run("ping", "--sim", "--count", "1", "--trace")
     equal((code, out.count("\n")), (0, 1))
-    for part in ("> sent 22 bytes", "connection request", "< received 27 bytes",
-                 "item 1: P#M 0.0 BYTE 2", "  0000  03 00 00 1F"):
-        assert part in error, part
+    has(error, "> sent 22 bytes", "connection request", "< received 27 bytes",
+        "item 1: P#M 0.0 BYTE 2", "  0000  03 00 00 1F")
 
 
 # The others need a terminal, signals, or gnuplot.
