@@ -13,11 +13,8 @@ namespace {
 std::vector<std::string> lines_of(const std::string& text) {
   std::vector<std::string> lines(1);
   for (const char c : text) {
-    if (c == '\n') {
-      lines.emplace_back();
-    } else {
-      lines.back() += c;
-    }
+    if (c == '\n') lines.emplace_back();
+    if (c != '\n') lines.back() += c;
   }
   return lines;
 }
@@ -42,30 +39,31 @@ void check_number(Host& host, const std::string& text) {
   require(std::abs(again - number) <= std::abs(number) * 1E-14, "a text keeps the number");
 }
 
+// The bytes of a conversion, which there are so many of; none where it raises an error. It may
+// change the text.
+template <typename Member>
+std::string converted(World& world, Member member, std::size_t size, std::string& text) {
+  std::string bytes;
+  const std::int32_t error = error_of([&] { bytes = (world.link.*member)(text); });
+  require(error != 0 || bytes.size() == size, "a conversion has its number of bytes");
+  return bytes;
+}
+
 void check_conversions(World& world, const std::string& text) {
   double number = 0;
   if (error_of([&] { number = world.host.number_from_text(text); }) != 0) return;
-  std::string bytes;
-  if (error_of([&] { bytes = world.link.wordtobeyt(text); }) == 0) {
-    require(bytes.size() == 2, "a word has two bytes");
-    require(std::abs(unsigned_number(bytes) - number) <= 0.5, "a word's bytes are its value");
+  const auto holds_it = [&](const std::string& bytes) {
+    return bytes.empty() || std::abs(unsigned_number(bytes) - number) <= 0.5;
+  };
+  std::string left = text;
+  require(holds_it(converted(world, &PlexumLink::wordtobeyt, 2, left)), "a word is its value");
+  const std::string bytes = converted(world, &PlexumLink::dwordtobeyt, 4, left);
+  if (!bytes.empty()) {
+    require(world.host.number_from_text(left) < 65536, "the remainder is below 65536");
+    require(number < 0 || number >= 4294967295 || holds_it(bytes), "a double word is its value");
   }
-  std::string rest = text;
-  if (error_of([&] { bytes = world.link.dwordtobeyt(rest); }) == 0) {
-    require(bytes.size() == 4, "a double word has four bytes");
-    require(world.host.number_from_text(rest) < 65536, "the remainder is below 65536");
-    if (number >= 0 && number < 4294967295) {
-      require(std::abs(unsigned_number(bytes) - number) <= 0.5, "a double word's value");
-    }
-  }
-  rest = text;
-  if (error_of([&] { bytes = world.link.wordtobeytadd(rest); }) == 0) {
-    require(bytes.size() == 3, "a bit address has three bytes");
-  }
-  rest = text;
-  if (error_of([&] { bytes = world.link.flottobeyt(rest); }) == 0) {
-    require(bytes.size() == 4, "a float has four bytes");
-  }
+  converted(world, &PlexumLink::wordtobeytadd, 3, left = text);
+  converted(world, &PlexumLink::flottobeyt, 4, left = text);
 }
 
 }  // namespace

@@ -31,17 +31,10 @@ class Dialogue {
 
  private:
   void answer_connect() {
-    switch (input_.below(4)) {
-      default:
-        return world_.wire.accept();
-      case 2:
-        world_.wire.state = kTcpConnecting;
-        connects_in_ = 1 + input_.below(8);
-        return;
-      case 3:
-        world_.wire.state = kTcpError;
-        return;
-    }
+    const std::size_t how = input_.below(4);
+    if (how < 2) return world_.wire.accept();
+    world_.wire.state = how == 2 ? kTcpConnecting : kTcpError;
+    if (how == 2) connects_in_ = 1 + input_.below(8);
   }
 
   void answer(const std::string& bytes) {
@@ -52,51 +45,36 @@ class Dialogue {
 
   void spoil(sim::Output output) {
     sim::Bytes& bytes = output.bytes;
-    switch (input_.below(12)) {
-      default:
-        break;
-      case 1:
-        return;
-      case 2:
-        bytes.resize(std::min<std::size_t>(bytes.size(), input_.byte()));
-        break;
-      case 3:
-        bytes.resize(bytes.size() + input_.byte(), 0);
-        break;
-      case 4:
-      case 5:
-        for (std::size_t changes = 1 + input_.below(4); changes > 0; --changes) {
-          const std::size_t at = input_.byte();
-          const std::uint8_t value = input_.byte();
-          if (at < bytes.size()) bytes[at] = value;
-        }
-        break;
-      case 6: {
-        const std::string other = input_.text();
-        bytes.assign(other.begin(), other.end());
-        break;
+    const std::size_t how = input_.below(12);
+    if (how == 1) return;
+    if (how == 2) bytes.resize(std::min<std::size_t>(bytes.size(), input_.byte()));
+    if (how == 3) bytes.resize(bytes.size() + input_.byte(), 0);
+    if (how == 4 || how == 5) {
+      for (std::size_t changes = 1 + input_.below(4); changes > 0; --changes) {
+        const std::size_t at = input_.byte();
+        const std::uint8_t value = input_.byte();
+        if (at < bytes.size()) bytes[at] = value;
       }
-      case 7:
-        return world_.wire.deliver_in(1 + input_.below(8), std::move(output));
-      case 8:
-        for (const std::size_t size = 1 + input_.byte(); !bytes.empty();) {
-          const std::size_t part = std::min(size, bytes.size());
-          const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(part);
-          world_.wire.deliver_in(1, {{}, sim::Bytes(bytes.begin(), end), sim::Output::End::kNone});
-          bytes.erase(bytes.begin(), end);
-        }
-        return;
-      case 9:
-        output.end = sim::Output::End::kClose;
-        break;
-      case 10:
-        output.end = sim::Output::End::kReset;
-        break;
-      case 11:
-        world_.wire.deliver(output);
-        break;
     }
+    if (how == 6) {
+      const std::string other = input_.text();
+      bytes.assign(other.begin(), other.end());
+    }
+    if (how == 7) return world_.wire.deliver_in(1 + input_.below(8), std::move(output));
+    if (how == 8) return deliver_in_pieces(bytes, 1 + input_.byte());
+    if (how == 9) output.end = sim::Output::End::kClose;
+    if (how == 10) output.end = sim::Output::End::kReset;
+    if (how == 11) world_.wire.deliver(output);  // and once more
     world_.wire.deliver(std::move(output));
+  }
+
+  void deliver_in_pieces(const sim::Bytes& bytes, std::size_t size) {
+    for (auto at = bytes.begin(); at != bytes.end();) {
+      const auto left = static_cast<std::size_t>(bytes.end() - at);
+      const auto next = at + static_cast<std::ptrdiff_t>(std::min(size, left));
+      world_.wire.deliver_in(1, {{}, sim::Bytes(at, next), sim::Output::End::kNone});
+      at = next;
+    }
   }
 
   // A slice passes, up to what comes in it.
@@ -109,26 +87,15 @@ class Dialogue {
   }
 
   void act_as_host() {
-    switch (input_.below(8)) {
-      default:
-        return;
-      case 1:
-        if (depth_ < kDeepest) call();
-        return;
-      case 2:
-        world_.link.ag_exit();
-        return;
-      case 3:
-        world_.link.Tzeit(static_cast<std::int32_t>(input_.below(8)));
-        return;
-      case 4:
-        world_.link.err(input_.byte());
-        return;
-      case 5:
-        world_.link.s7init(input_.flag());
-        world_.link.inuse(input_.flag());
-        world_.link.auftrag_Fehler(input_.byte());
-        return;
+    const std::size_t what = input_.below(8);
+    if (what == 1 && depth_ < kDeepest) call();
+    if (what == 2) world_.link.ag_exit();
+    if (what == 3) world_.link.Tzeit(static_cast<std::int32_t>(input_.below(8)));
+    if (what == 4) world_.link.err(input_.byte());
+    if (what == 5) {
+      world_.link.s7init(input_.flag());
+      world_.link.inuse(input_.flag());
+      world_.link.auftrag_Fehler(input_.byte());
     }
   }
 

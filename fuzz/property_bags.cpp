@@ -34,23 +34,14 @@ Number number_of(Input& input) {
 }
 
 Value value_of(Input& input) {
-  switch (input.below(8)) {
-    default:
-      return {};
-    case 1:
-      return input.flag();
-    case 2:
-      return number_of<std::int16_t>(input);
-    case 3:
-      return number_of<std::int32_t>(input);
-    case 4:
-      return number_of<double>(input);
-    case 5:
-    case 6:
-      return input.text();
-    case 7:
-      return DoubleArray{1, {1.5}};
-  }
+  const std::size_t type = input.below(8);
+  if (type == 1) return input.flag();
+  if (type == 2) return number_of<std::int16_t>(input);
+  if (type == 3) return number_of<std::int32_t>(input);
+  if (type == 4) return number_of<double>(input);
+  if (type == 5 || type == 6) return input.text();
+  if (type == 7) return DoubleArray{1, {1.5}};
+  return {};
 }
 
 std::string properties_of(const PlexumLink& link) {
