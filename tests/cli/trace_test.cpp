@@ -25,7 +25,6 @@ void expect_in_order(const std::string& text, const std::string& parts) {
 
 class Dialogue : public test::WholeStack {
  protected:
-  LocalLink local;
   std::vector<std::string> telegrams;
 
   void SetUp() override {
@@ -34,11 +33,10 @@ class Dialogue : public test::WholeStack {
     };
     local.watched.on_sent = keep;
     local.watched.on_taken = keep;
-    ASSERT_TRUE(connect_anew(local.link));
+    ASSERT_TRUE(connect_anew());
   }
 
   void every_job() {
-    PlexumLink& link = local.link;
     link.ag_ReadB("10", "20", "4", "C", "D");
     std::string start = "12";
     link.ag_WriteX("0", start, "1", "M", "3");

@@ -159,18 +159,5 @@ TEST_F(ConnectionLife, AnAnswerThatComesLateInPiecesOrTwiceIsAnAnswer) {
   }
 }
 
-// Which step notices a connection that ends as it begins is a matter of microseconds.
-TEST_F(ConnectionLife, AConnectionThatEndsAsItBegins) {
-  for (const char* fault : {"accept:close", "accept:reset"}) {
-    plc.add_fault(fault);
-    link.Tzeit(kShort);
-    const std::string outcome = outcome_of(points().front().job);
-    EXPECT_TRUE(outcome == "false, err 1" || outcome == "false, err 3" ||
-                outcome == "error " + std::to_string(kTcpWrongState) + ", err 0")
-        << fault << ": " << outcome;
-    EXPECT_TRUE(connect_anew());
-  }
-}
-
 }  // namespace
 }  // namespace plexum

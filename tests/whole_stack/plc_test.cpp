@@ -1,5 +1,7 @@
-// The services and state lists through the control against the simulated PLC: what they bring about
-// in the PLC.
+// The services, state lists and clock through the control against the simulated PLC: what they
+// bring about in the PLC.
+
+#include <atomic>
 
 #include "support/whole_stack.h"
 
@@ -8,9 +10,12 @@ namespace {
 
 using test::kShort;
 
+// What the PLC's clock runs by.
+std::atomic<std::chrono::milliseconds> now{};
+
 class Services : public test::WholeStack {
  protected:
-  using WholeStack::WholeStack;
+  explicit Services(bool write_protected = false) : WholeStack(options(write_protected)) {}
 
   // The low byte of the last transition's event, least significant bit first: 5144, runs, or 4304,
   // stopped by a programming device.
@@ -39,6 +44,23 @@ class Services : public test::WholeStack {
       shining += lamp == 4 ? "RUN" : lamp == 5 ? "STOP" : "";
     }
     return shining;
+  }
+
+  std::string clock() {
+    const Value clock = link.pg_ReadClock();
+    std::string texts;
+    for (const Value& text : std::get<VariantArray>(clock).elements) {
+      texts += std::get<std::string>(text) + " ";
+    }
+    return texts;
+  }
+
+ private:
+  static sim::Options options(bool write_protected) {
+    sim::Options options;
+    options.write_protected = write_protected;
+    options.now = [] { return sim::Clock::TimePoint(now.load()); };
+    return options;
   }
 };
 
@@ -70,16 +92,24 @@ TEST_F(Services, AfterACopyToRomTheNextJobIsAnswered) {
   }
 }
 
+// The last text is three digits of milliseconds and the weekday, 1 for Sunday. What is sent as
+// milliseconds 99 arrives as 999, because the first two digits go out twice.
+TEST_F(Services, TheClockRunsOnFromWhatWasSet) {
+  EXPECT_EQ(
+      outcome_of([&] { return link.pg_SetClock("1999", "0x12", "&H31", "23", "59", "59", "99"); }),
+      "empty, err 0, inuse, s7init");
+  EXPECT_EQ(clock(), "1999 12 31 23 59 59 9996 ");
+  now = std::chrono::milliseconds(1);
+  EXPECT_EQ(clock(), "2000 01 01 00 00 00 0007 ");
+  EXPECT_EQ(outcome_of([&] { return link.pg_SetClock("2023", "2", "29", "0", "0", "0", "0"); }),
+            "empty, err 0, inuse, s7init")
+      << "nobody sees the refusal";
+  EXPECT_EQ(clock(), "2000 01 01 00 00 00 0007 ");
+}
+
 class ProtectedPlc : public Services {
  protected:
-  ProtectedPlc() : Services(options()) {}
-
- private:
-  static sim::Options options() {
-    sim::Options options;
-    options.write_protected = true;
-    return options;
-  }
+  ProtectedPlc() : Services(true) {}
 };
 
 TEST_F(ProtectedPlc, RefusesItsServices) {
