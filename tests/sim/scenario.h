@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <span>
 #include <string>
 #include <utility>
@@ -15,21 +14,10 @@ namespace plexum::sim {
 
 // Bytes from hexadecimal digits; blanks and | are for the reader, 'text' stands for its characters.
 inline Bytes hex(std::string_view text) {
-  std::string digits;
-  bool quoted = false;
-  for (const char c : text) {
-    if (c == '\'')
-      quoted = !quoted;
-    else if (quoted)
-      digits += test::hex({c});
-    else if (std::isxdigit(static_cast<unsigned char>(c)) != 0)
-      digits += c;
-  }
-  const std::string bytes = test::bytes(digits);
+  const std::string bytes = test::bytes(text);
   return {bytes.begin(), bytes.end()};
 }
 
-// The other way, "03 00 00 16", and the same spacing for what a test expects.
 inline std::string dump(ByteView bytes) { return test::hex({bytes.begin(), bytes.end()}); }
 inline std::string dump(std::string_view text) { return dump(ByteView(hex(text))); }
 

@@ -1,19 +1,29 @@
 #pragma once
 
+#include <cctype>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace plexum::test {
 
-// "03 00 | F0" to bytes; blanks and bars are for the reader.
-inline std::string bytes(const std::string& hex) {
-  std::string digits;
-  for (const char c : hex) {
-    if (c != ' ' && c != '|') digits += c;
-  }
+// "03 00 | F0" to bytes; what is no hexadecimal digit is for the reader, 'text' in quotes stands
+// for its characters.
+inline std::string bytes(std::string_view hex) {
   std::string result;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    result += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  std::string digits;
+  bool quoted = false;
+  for (const char c : hex) {
+    if (c == '\'') {
+      quoted = !quoted;
+    } else if (quoted) {
+      result += c;
+    } else if (std::isxdigit(static_cast<unsigned char>(c)) != 0) {
+      digits += c;
+      if (digits.size() < 2) continue;
+      result += static_cast<char>(std::stoi(digits, nullptr, 16));
+      digits.clear();
+    }
   }
   return result;
 }
