@@ -9,6 +9,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 CORE = ["src/base", "src/convert", "src/protocol", "src/data", "src/plc", "src/blocks", "src/control"]
 PLATFORM = ["platform/posix", "platform/windows", "platform/portable"]
 
+CLIENT = ["client/wire", "client"]
+
 # The folders of the command, each of which may include those before it.
 COMMAND = [f"cli/{name}" for name in ("text", "system", "watching", "link", "plc", "blocks", "host",
                                       "help", "commands")]
@@ -26,10 +28,13 @@ MAY_INCLUDE = {
     "platform/posix": ["src/base", "platform/portable"],
     "platform/windows": ["src/base", "platform/portable"],
     "activex": CORE + ["platform/windows"],
+    "client/wire": [],
+    "client": ["client/wire", "src/base"],
     "sim": ["src/base"] + PLATFORM,
-    **{folder: CORE + PLATFORM + ["sim"] + COMMAND[:place] for place, folder in enumerate(COMMAND)},
+    **{folder: CORE + PLATFORM + CLIENT + ["sim"] + COMMAND[:place]
+       for place, folder in enumerate(COMMAND)},
     "cli": COMMAND,
-    "bench": CORE + PLATFORM + ["activex", "sim"],
+    "bench": CORE + PLATFORM + CLIENT + ["activex", "sim"],
 }
 
 # Headers of Debian's libraries are for the command line and the benchmarks alone, the system's own for those that
