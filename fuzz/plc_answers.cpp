@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "fuzz/hostile_plc.h"
 #include "fuzz/world.h"
 
 namespace plexum::fuzz {
@@ -15,9 +16,6 @@ constexpr int kDeepest = 2;  // calls of the host from inside a call
 class Dialogue {
  public:
   explicit Dialogue(Input input) : input_(input) {
-    world_.wire.on_connect = [this] { answer_connect(); };
-    world_.wire.on_send = [this](const std::string& bytes) { answer(bytes); };
-    world_.host.on_wait = [this](std::uint32_t ms) { return pass(ms); };
     world_.host.on_process_messages = [this] { act_as_host(); };
   }
 
@@ -30,62 +28,6 @@ class Dialogue {
   }
 
  private:
-  void answer_connect() {
-    const std::size_t how = input_.below(4);
-    if (how < 2) return world_.wire.accept();
-    world_.wire.state = how == 2 ? kTcpConnecting : kTcpError;
-    if (how == 2) connects_in_ = 1 + input_.below(8);
-  }
-
-  void answer(const std::string& bytes) {
-    sim::Outputs outputs = world_.wire.answers_to(bytes);
-    if (outputs.empty() && input_.flag()) outputs.emplace_back();  // unasked
-    for (sim::Output& output : outputs) spoil(std::move(output));
-  }
-
-  void spoil(sim::Output output) {
-    sim::Bytes& bytes = output.bytes;
-    const std::size_t how = input_.below(12);
-    if (how == 1) return;
-    if (how == 2) bytes.resize(std::min<std::size_t>(bytes.size(), input_.byte()));
-    if (how == 3) bytes.resize(bytes.size() + input_.byte(), 0);
-    if (how == 4 || how == 5) {
-      for (std::size_t changes = 1 + input_.below(4); changes > 0; --changes) {
-        const std::size_t at = input_.byte();
-        const std::uint8_t value = input_.byte();
-        if (at < bytes.size()) bytes[at] = value;
-      }
-    }
-    if (how == 6) {
-      const std::string other = input_.text();
-      bytes.assign(other.begin(), other.end());
-    }
-    if (how == 7) return world_.wire.deliver_in(1 + input_.below(8), std::move(output));
-    if (how == 8) return deliver_in_pieces(bytes, 1 + input_.byte());
-    if (how == 9) output.end = sim::Output::End::kClose;
-    if (how == 10) output.end = sim::Output::End::kReset;
-    if (how == 11) world_.wire.deliver(output);  // and once more
-    world_.wire.deliver(std::move(output));
-  }
-
-  void deliver_in_pieces(const sim::Bytes& bytes, std::size_t size) {
-    for (auto at = bytes.begin(); at != bytes.end();) {
-      const auto left = static_cast<std::size_t>(bytes.end() - at);
-      const auto next = at + static_cast<std::ptrdiff_t>(std::min(size, left));
-      world_.wire.deliver_in(1, {{}, sim::Bytes(at, next), sim::Output::End::kNone});
-      at = next;
-    }
-  }
-
-  // A slice passes, up to what comes in it.
-  std::uint32_t pass(std::uint32_t ms) {
-    if (connects_in_ > 0 && --connects_in_ == 0 && world_.wire.state == kTcpConnecting) {
-      world_.wire.accept();
-      return 0;
-    }
-    return world_.wire.pass_slice() ? 0 : ms;
-  }
-
   void act_as_host() {
     const std::size_t what = input_.below(8);
     if (what == 1 && depth_ < kDeepest) call();
@@ -156,7 +98,7 @@ class Dialogue {
     world_.host.waits = 0;
     sim::Plc sound(standing_clock());
     world_.wire.lead_to(sound);
-    connects_in_ = 1;  // a connection that is under way comes about first
+    plc_.connects_in = 1;  // a connection that is under way comes about first
     world_.link.Tzeit(5);
     require(world_.connect(), "the PLC is found again");
     require(world_.link.ag_ReadB("1", "4", "0", "C", "D") == Value(std::string("\0\1\2\3", 4)),
@@ -167,7 +109,7 @@ class Dialogue {
 
   Input input_;
   World world_;
-  std::size_t connects_in_ = 0;
+  HostilePlc plc_{input_, world_.host, world_.wire};
   int depth_ = 0;
 };
 
