@@ -38,6 +38,7 @@ class S7Client::Implementation {
 
   Options options;
   Connection connection;
+  LastPlan last_plan;
 };
 
 S7Client::S7Client(HostEnvironment& environment, TcpClient& tcp, Options options)
@@ -57,7 +58,8 @@ std::vector<ReadOutcome> S7Client::read(std::span<const Item> items) {
     if (!item.is_valid()) throw std::invalid_argument("an item that S7 can't name");
   }
   implementation_->connection.require_open();
-  return read_items(implementation_->connection, items, implementation_->limits());
+  return read_items(implementation_->connection, items, implementation_->limits(),
+                    implementation_->last_plan);
 }
 
 ReadOutcome S7Client::read(const Item& item) { return std::move(read({&item, 1}).front()); }

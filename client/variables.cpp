@@ -41,11 +41,31 @@ struct Again {
   }
 };
 
+// A telegram that was refused as a whole.
+template <typename Outcome>
+void take_refusal(const Plan& plan, std::span<const Piece> pieces, ErrorCode error,
+                  std::vector<Outcome>& outcomes, Again& again) {
+  if (error != kFunctionNotPermitted && again.take(plan, pieces, true)) return;
+  for (const Piece& piece : pieces) {
+    for (const Share& share : plan.shares_of(piece)) outcomes[share.item].error = error;
+  }
+}
+
 // What the planner is to do when parts are asked for once more.
 Limits narrowed(Limits limits, const Again& again) {
   limits.join = false;
   if (again.one_by_one) limits.items = 1;
   return limits;
+}
+
+// A plan for parts of items, as one for the items that they are parts of.
+Plan of_whole_items(Plan plan, const std::vector<Share>& parts) {
+  for (Share& share : plan.shares) {
+    const Share& part = parts[share.item];
+    share.item = part.item;
+    share.offset += part.offset;
+  }
+  return plan;
 }
 
 class Reading {
@@ -55,22 +75,15 @@ class Reading {
     for (std::size_t i = 0; i < items.size(); ++i) outcomes_[i].data.resize(items[i].size());
   }
 
-  std::vector<ReadOutcome> run(Limits limits) {
-    plan_ = plan_read(items_, limits);
-    pass();
+  std::vector<ReadOutcome> run(Limits limits, LastPlan& last_plan) {
+    pass(last_plan.of(items_, limits));
     while (!again_.shares.empty()) {
       limits = narrowed(limits, again_);
       const std::vector<Share> shares = std::exchange(again_, {}).shares;
       std::vector<Item> parts;
       parts.reserve(shares.size());
       for (const Share& share : shares) parts.push_back(part_of(items_[share.item], share));
-      plan_ = plan_read(parts, limits);
-      // Of the caller's items in place of the parts.
-      for (Share& share : plan_.shares) {
-        share.offset += shares[share.item].offset;
-        share.item = shares[share.item].item;
-      }
-      pass();
+      pass(of_whole_items(plan_read(parts, limits), shares));
     }
     for (ReadOutcome& outcome : outcomes_) {
       if (!outcome.ok()) outcome.data.clear();
@@ -79,49 +92,44 @@ class Reading {
   }
 
  private:
-  void pass() {
+  void pass(const Plan& plan) {
     connection_.run(
-        plan_.telegrams.size(), [this](std::size_t i) { return job(i); },
-        [this](std::size_t i, const wire::Body& body) { take(i, body); });
+        plan.telegrams.size(), [&](std::size_t i) { return job(plan, i); },
+        [&](std::size_t i, const wire::Body& body) { take(plan, i, body); });
   }
 
-  wire::Job job(std::size_t telegram) const {
-    const auto pieces = plan_.pieces_of(plan_.telegrams[telegram]);
+  static wire::Job job(const Plan& plan, std::size_t telegram) {
+    const auto pieces = plan.pieces_of(plan.telegrams[telegram]);
     wire::ReadJob job;
     job.items.resize(pieces.size());
     std::transform(pieces.begin(), pieces.end(), job.items.begin(), address_of);
     return job;
   }
 
-  void take(std::size_t telegram, const wire::Body& body) {
-    const auto pieces = plan_.pieces_of(plan_.telegrams[telegram]);
+  void take(const Plan& plan, std::size_t telegram, const wire::Body& body) {
+    const auto pieces = plan.pieces_of(plan.telegrams[telegram]);
     if (const auto* refusal = std::get_if<wire::Refusal>(&body)) {
-      if (refusal->error != kFunctionNotPermitted && again_.take(plan_, pieces, true)) return;
-      for (const Piece& piece : pieces) {
-        for (const Share& share : plan_.shares_of(piece)) {
-          outcomes_[share.item].error = refusal->error;
-        }
-      }
+      take_refusal(plan, pieces, refusal->error, outcomes_, again_);
       return;
     }
     const auto& answer = std::get<wire::ReadAnswer>(std::get<wire::Answer>(body));
     if (answer.items.size() != pieces.size()) {
       connection_.fail_senseless("an answer with another number of items than its job");
     }
-    for (std::size_t i = 0; i < pieces.size(); ++i) take(pieces[i], answer.items[i]);
+    for (std::size_t i = 0; i < pieces.size(); ++i) take(plan, pieces[i], answer.items[i]);
   }
 
-  void take(const Piece& piece, const wire::DataItem& data) {
+  void take(const Plan& plan, const Piece& piece, const wire::DataItem& data) {
     if (data.code != ReturnCode::kSuccess) {
-      if (again_.take(plan_, {&piece, 1}, false)) return;
-      ReadOutcome& outcome = outcomes_[plan_.shares_of(piece).front().item];
+      if (again_.take(plan, {&piece, 1}, false)) return;
+      ReadOutcome& outcome = outcomes_[plan.shares_of(piece).front().item];
       if (outcome.ok()) outcome.code = data.code;
       return;
     }
     if (data.bytes.size() != piece.size) {
       connection_.fail_senseless("an item of another length than its job asks for", data.bytes);
     }
-    for (const Share& share : plan_.shares_of(piece)) {
+    for (const Share& share : plan.shares_of(piece)) {
       std::string& target = outcomes_[share.item].data;
       if (share.bit >= 0) {
         const auto byte = static_cast<unsigned char>(data.bytes[share.at]);
@@ -135,7 +143,6 @@ class Reading {
   Connection& connection_;
   std::span<const Item> items_;
   std::vector<ReadOutcome> outcomes_;
-  Plan plan_;
   Again again_;
 };
 
@@ -157,11 +164,7 @@ class Writing {
         const WriteItem& whole = items_[share.item];
         parts.push_back({part_of(whole.item, share), whole.data.substr(share.offset, share.size)});
       }
-      plan_ = plan_write(parts, limits);
-      for (Share& share : plan_.shares) {
-        share.offset += shares[share.item].offset;
-        share.item = shares[share.item].item;
-      }
+      plan_ = of_whole_items(plan_write(parts, limits), shares);
       pass();
     }
     for (WriteOutcome& outcome : outcomes_) tidy_up(outcome.written);
@@ -215,12 +218,7 @@ class Writing {
   void take(std::size_t telegram, const wire::Body& body) {
     const auto pieces = plan_.pieces_of(plan_.telegrams[telegram]);
     if (const auto* refusal = std::get_if<wire::Refusal>(&body)) {
-      if (refusal->error != kFunctionNotPermitted && again_.take(plan_, pieces, true)) return;
-      for (const Piece& piece : pieces) {
-        for (const Share& share : plan_.shares_of(piece)) {
-          outcomes_[share.item].error = refusal->error;
-        }
-      }
+      take_refusal(plan_, pieces, refusal->error, outcomes_, again_);
       return;
     }
     const auto& answer = std::get<wire::WriteAnswer>(std::get<wire::Answer>(body));
@@ -274,9 +272,20 @@ class Writing {
 
 }  // namespace
 
+const Plan& LastPlan::of(std::span<const Item> items, const Limits& limits) {
+  const bool same =
+      limits == limits_ && std::equal(items.begin(), items.end(), items_.begin(), items_.end());
+  if (!same) {
+    plan_ = plan_read(items, limits);
+    items_.assign(items.begin(), items.end());
+    limits_ = limits;
+  }
+  return plan_;
+}
+
 std::vector<ReadOutcome> read_items(Connection& connection, std::span<const Item> items,
-                                    Limits limits) {
-  return Reading(connection, items).run(limits);
+                                    Limits limits, LastPlan& last_plan) {
+  return Reading(connection, items).run(limits, last_plan);
 }
 
 void write_items(Connection& connection, std::span<const WriteItem> items, Limits limits,
