@@ -37,7 +37,3 @@ OF_WINDOWS = OF_COMMAND + [
     Component("mingw-w64 run time", "mingw-w64-x86-64-dev", "ZPL-2.1"),
     Component("winpthreads", "mingw-w64-x86-64-dev", "MIT AND BSD-3-Clause"),
 ]
-
-OF_INSTALLER = OF_WINDOWS + [
-    Component("NSIS", "nsis", "Zlib AND CPL-1.0 WITH LZMA-exception"),
-]

@@ -1,62 +1,217 @@
-"""The installer for Windows: lists the files of the folder for windows/installer.nsi."""
+"""The installer for Windows: an MSI package for all users, with both bitnesses of the control. It
+declares files and registry keys; Windows copies and writes them, and runs nothing of ours. wixl makes
+the database; msibuild adds what wixl can't express."""
+import hashlib
 import os
 import pathlib
+import re
 import subprocess
 import tempfile
+import time
+import uuid
+import xml.etree.ElementTree as xml
 
-SCRIPT = pathlib.Path(__file__).resolve().parent / "windows" / "installer.nsi"
-NOT_INSTALLED = {"register.cmd", "unregister.cmd", "regsvr32.cmd"}
+import registration
 
-
-def install_lines(tree, paths):
-    folder = None
-    for path in paths:
-        if path.parent != folder:
-            folder = path.parent
-            yield f'  SetOutPath "{windows(folder)}"'
-        yield f'  File "{tree / path}"'
+NOT_INSTALLED = {"register.cmd", "unregister.cmd", "registration.cmd", "registered.cmd"}
+UPGRADE_CODE = uuid.UUID("F2B01B38-94D7-467A-A364-464B0A11F3FC")  # of every version, for ever
+OWN_CLASS = rf"{registration.CLASSES}\CLSID\{registration.CLASS}\InprocServer32"
 
 
-def uninstall_lines(paths):
-    for path in paths:
-        yield f'  Push "{windows(path)}"'
-        yield "  Call un.Remove"
-    # The folders inside go before those around them; what users put there keeps its folder.
-    folders = {folder for path in paths for folder in path.parents if folder.parts}
-    for folder in sorted(folders, reverse=True):
-        yield f'  RMDir "{windows(folder)}"'
+def braced(code):
+    return "{" + str(code).upper() + "}"
 
 
-def windows(path):
-    return "\\".join(["$INSTDIR", *path.parts]).replace("/", "\\")
+def guid(name):
+    """The same name gives the same one: what stays the same over versions keeps its identity."""
+    return braced(uuid.uuid5(UPGRADE_CODE, name))
 
 
-def macros(tree, paths):
-    parts = {
-        "InstallCommon": install_lines(tree, [path for path in paths if path.parts[0] != "x64"]),
-        "Install64": install_lines(tree, [path for path in paths if path.parts[0] == "x64"]),
-        "UninstallFiles": uninstall_lines(paths),
-    }
-    return "".join(f"!macro {name}\n" + "".join(line + "\n" for line in lines) + "!macroend\n"
-                   for name, lines in parts.items())
+def identifier(path):
+    return "f." + re.sub(r"[^A-Za-z0-9.]", "_", path.as_posix()) if path.parts else "InstallFolder"
+
+
+def both_names(name, number):
+    """The short and the long name, as the database wants them; the number is another for each."""
+    stem, _, kind = name.partition(".")
+    if re.fullmatch(r"\w{1,8}", stem) and re.fullmatch(r"\w{0,3}", kind):
+        return name
+    return f"P{number:07}{'.' if kind else ''}{kind[:3].upper()}|{name}"
+
+
+class Document:
+    """The source for wixl: elements inside each other, and the components of the one feature."""
+
+    def __init__(self, tree, version, content):
+        self.tree = tree
+        self.root = xml.Element("Wix", xmlns="http://schemas.microsoft.com/wix/2006/wi")
+        self.product = self.element(
+            self.root, "Product", Id=guid(f"product {version} {content}"), Name="PlexumLink",
+            Language="1033", Version=version, Manufacturer="Plexum",
+            UpgradeCode=braced(UPGRADE_CODE))
+        self.element(self.product, "Package", InstallerVersion="500", Compressed="yes",
+                     InstallScope="perMachine", Manufacturer="Plexum",
+                     Description=f"PlexumLink {version}")
+        self.element(self.product, "Media", Id="1", Cabinet="files.cab", EmbedCab="yes")
+        for name, value in (
+                ("ARPNOMODIFY", "1"),  # nothing to choose in the list of programs
+                ("REINSTALLMODE", "emus")):  # a file of the same version is replaced, too
+            self.element(self.product, "Property", Id=name, Value=value)
+        self.upgrade(version)
+        top = self.element(self.product, "Directory", Id="TARGETDIR", Name="SourceDir")
+        programs = self.element(top, "Directory", Id="ProgramFiles64Folder")
+        # The name isn't in capitals, so no command line can set it: always this folder, which the
+        # system keeps for administrators.
+        self.folders = {pathlib.Path(): self.element(programs, "Directory", Id="InstallFolder",
+                                                     Name=both_names("PlexumLink", 0))}
+        self.features = {
+            "Main": self.element(self.product, "Feature", Id="Main", Title="PlexumLink", Level="1"),
+            "Path": self.element(self.product, "Feature", Id="Path", Level="1000",
+                                 Title="Entry in PATH")}
+        self.files()
+        for bits, folder in ((64, "x64"), (32, "x86")):
+            self.registration(top, bits, pathlib.Path(folder))
+        self.menu(self.element(top, "Directory", Id="ProgramMenuFolder"))
+        self.path(top)
+
+    @staticmethod
+    def element(parent, kind, **attributes):
+        return xml.SubElement(parent, kind, attributes)
+
+    def component(self, parent, name, feature="Main", **attributes):
+        component = self.element(parent, "Component", Id=f"c.{name}", Guid=guid(name), **attributes)
+        self.element(self.features[feature], "ComponentRef", Id=f"c.{name}")
+        return component
+
+    def upgrade(self, version):
+        """Removing the installed version is part of the installation, and is rolled back with it."""
+        upgrade = self.element(self.product, "Upgrade", Id=self.product.get("UpgradeCode"))
+        self.element(upgrade, "UpgradeVersion", Minimum="0.0.0", Maximum=version,
+                     Property="INSTALLEDVERSION")
+        self.element(upgrade, "UpgradeVersion", Minimum=version, IncludeMinimum="no",
+                     OnlyDetect="yes", Property="NEWERVERSION")
+        self.element(self.product, "Condition",
+                     Message="A newer version of PlexumLink is installed.").text = \
+            "NOT NEWERVERSION"
+        sequence = self.element(self.product, "InstallExecuteSequence")
+        self.element(sequence, "RemoveExistingProducts", After="InstallInitialize")
+
+    def folder(self, path):
+        if path not in self.folders:
+            self.folders[path] = self.element(self.folder(path.parent), "Directory",
+                                              Id=identifier(path),
+                                              Name=both_names(path.name, len(self.folders)))
+        return self.folders[path]
+
+    def files(self):
+        for number, path in enumerate(paths(self.tree)):
+            component = self.component(self.folder(path.parent), f"file.{identifier(path)}",
+                                       Win64="yes")
+            self.element(component, "File", Id=identifier(path),
+                         Name=both_names(path.name, number),
+                         Source=path.as_posix(), KeyPath="yes")
+
+    def registration(self, top, bits, folder):
+        """Written in the view of the bitness."""
+        component = self.component(top, f"registration{bits}",
+                                   **({"Win64": "yes"} if bits == 64 else {}))
+        key_path = {"KeyPath": "yes"}
+        for key, name, value in registration.keys(
+                bits, f"[#{identifier(folder / 'PlexumLink.ocx')}]",
+                f"[InstallFolder]{folder}"):
+            if bits == 32 and key.startswith(registration.PROG_ID):
+                continue  # Windows has them once for both
+            named = {"Name": name} if name else {}
+            self.element(component, "RegistryValue", Root="HKLM", Type="string", Value=value,
+                         Key=rf"{registration.CLASSES}\{key}", **named, **key_path)
+            key_path = {}
+
+    def menu(self, programs):
+        menu = self.element(programs, "Directory", Id="Menu", Name=both_names("PlexumLink", 0))
+        component = self.component(menu, "menu", Win64="yes")
+        self.element(component, "RegistryValue", Root="HKLM", Key=r"Software\Plexum\PlexumLink",
+                     Name="Menu", Type="integer", Value="1", KeyPath="yes")
+        self.element(component, "RemoveFolder", Id="Menu", On="uninstall")
+        for number, (name, target, arguments) in enumerate((
+                ("PlexumLink documents", "[#f.PlexumLink.html]", {}),
+                ("PlexumLink samples", "[f.examples]", {}),
+                ("Plexum command line", "[System64Folder]cmd.exe", {
+                    "Arguments": '/k "set "PATH=[InstallFolder];%PATH%" & plexum --help"'}))):
+            self.element(component, "Shortcut", Id=f"shortcut{number}", Target=target,
+                         Name=both_names(name, number), **arguments)
+
+    def path(self, top):
+        component = self.component(top, "path", "Path", Win64="yes")
+        self.element(component, "RegistryValue", Root="HKLM", Key=r"Software\Plexum\PlexumLink",
+                     Name="Path", Type="integer", Value="1", KeyPath="yes")
+
+
+def paths(tree):
+    found = sorted(path.relative_to(tree) for path in tree.rglob("*") if path.is_file())
+    return [path for path in found if path.name not in NOT_INSTALLED]
+
+
+def queries(tree, version):
+    """What wixl can't express."""
+    # Also upgrades from the same version, for builds between releases, and keeps what was chosen.
+    yield "DELETE FROM `Upgrade` WHERE `ActionProperty` = 'INSTALLEDVERSION'"
+    yield ("INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMin`, `VersionMax`, `Attributes`, "
+           f"`ActionProperty`) VALUES ('{braced(UPGRADE_CODE)}', '0.0.0', '{version}', 769, "
+           "'INSTALLEDVERSION')")
+    # Files with a version follow its rules, and have no hash.
+    for path in paths(tree):
+        if path.suffix in (".ocx", ".exe"):
+            yield (f"UPDATE `File` SET `Version` = '{version}.0', `Language` = '1033' "
+                   f"WHERE `File` = '{identifier(path)}'")
+            yield f"DELETE FROM `MsiFileHash` WHERE `File_` = '{identifier(path)}'"
+    yield ("UPDATE `Property` SET `Value` = "
+           "'INSTALLEDVERSION;NEWERVERSION;OWNREGISTRATION64;OWNREGISTRATION32;HIDDEN' "
+           "WHERE `Property` = 'SecureCustomProperties'")
+    # The user's own registration of the control, which would hide this one.
+    for bits, kind in ((64, 18), (32, 2)):
+        yield f"INSERT INTO `AppSearch` (`Property`, `Signature_`) " \
+              f"VALUES ('OWNREGISTRATION{bits}', 'own{bits}')"
+        yield f"INSERT INTO `RegLocator` (`Signature_`, `Root`, `Key`, `Type`) " \
+              f"VALUES ('own{bits}', 1, '{OWN_CLASS}', {kind})"
+        yield (f"INSERT INTO `LaunchCondition` (`Condition`, `Description`) VALUES ("
+               f"'Installed OR NOT OWNREGISTRATION{bits} OR HIDDEN', "
+               f"'This account has a PlexumLink of its own, which would hide the one for all "
+               f"users: [OWNREGISTRATION{bits}]. Remove it with \"unregister.cmd user\" in its "
+               f"folder, or install all the same with HIDDEN=1.')")
+    for sequence in ("InstallUISequence", "InstallExecuteSequence"):
+        yield f"INSERT INTO `{sequence}` (`Action`, `Sequence`) VALUES ('AppSearch', 50)"
+    yield ("CREATE TABLE `Environment` (`Environment` CHAR(72) NOT NULL, "
+           "`Name` CHAR(255) NOT NULL LOCALIZABLE, `Value` CHAR(255) LOCALIZABLE, "
+           "`Component_` CHAR(72) NOT NULL PRIMARY KEY `Environment`)")
+    # Of the machine, removed with the component, at the end of what is there.
+    yield ("INSERT INTO `Environment` (`Environment`, `Name`, `Value`, `Component_`) "
+           "VALUES ('path', '=-*PATH', '[~];[InstallFolder]', 'c.path')")
+    for action, place in (("RemoveEnvironmentStrings", 3300), ("WriteEnvironmentStrings", 5200)):
+        yield ("INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) "
+               f"VALUES ('{action}', {place})")
 
 
 def make(tree, version, epoch, signing, target):
-    paths = sorted(path.relative_to(tree) for path in tree.rglob("*") if path.is_file())
-    paths = [path for path in paths if path.name not in NOT_INSTALLED]
-    for path in paths:
+    content = hashlib.sha256()
+    for source in (__file__, registration.__file__):
+        content.update(pathlib.Path(source).read_bytes())
+    for path in paths(tree):
+        content.update(path.as_posix().encode() + b"\0" + (tree / path).read_bytes())
         os.utime(tree / path, (epoch, epoch))
-    size = sum((tree / path).stat().st_size for path in paths)
+    document = Document(tree, version, content.hexdigest())
+    # The database holds the time of its making.
+    moment = time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(epoch))
+    package_code = guid(f"package {version} {content.hexdigest()}")
+
+    def run(*command):
+        subprocess.run(["faketime", "-f", moment, *command], check=True, cwd=tree,
+                       env={**os.environ, "TZ": "UTC", "G_DEBUG": "fatal-warnings"})
+
     with tempfile.TemporaryDirectory() as folder:
-        files = pathlib.Path(folder) / "files.nsh"
-        files.write_text(macros(tree, paths), encoding="utf-8")
-        defines = {"VERSION": version, "FILES": files, "OUTPUT": target,
-                   "LICENCE": tree / "LICENSE.txt", "SIZE": (size + 1023) // 1024}
-        if signing:
-            defines["SIGN"] = " ".join(f'"{word}"' for word in signing.command)
-        subprocess.run(["makensis", "-V2", "-WX", "-INPUTCHARSET", "UTF8",
-                        *(f"-D{name}={value}" for name, value in defines.items()), SCRIPT],
-                       check=True, env={**os.environ, "SOURCE_DATE_EPOCH": str(epoch)})
+        source = pathlib.Path(folder) / "installer.wxs"
+        xml.ElementTree(document.root).write(source, encoding="utf-8")
+        run("wixl", "-a", "x64", "-o", target, source)
+    run("msibuild", target, *(word for query in queries(tree, version) for word in ("-q", query)))
+    run("msibuild", target, "-s", f"PlexumLink {version}", "Plexum", "x64;1033", package_code)
     if signing:
         signing.sign(target)
-

@@ -38,7 +38,7 @@ def main():
     output, builds = options.output.resolve(), options.builds.resolve()
     os.umask(0o022)
     os.environ["SOURCE_DATE_EPOCH"] = str(epoch)
-    certificate = signing.from_environment()
+    certificate = signing.certificate()
     shutil.rmtree(output, ignore_errors=True)
     output.mkdir(parents=True)
     work = output / "work"
@@ -51,20 +51,23 @@ def main():
             for path in sorted(windows.glob(pattern)):
                 certificate.sign(path)
     zipped = output / f"PlexumLink-{version}-windows.zip"
-    setup = output / f"PlexumLink-{version}-setup.exe"
+    setup = output / f"PlexumLink-{version}.msi"
     debian = output / f"plexum_{version}_amd64.deb"
     archive.make(windows, epoch, zipped)
     installer.make(windows, version, epoch, certificate, setup)
     debian_package.make(ROOT, builds / "native", version, epoch, work / "debian", debian)
-    products = {setup: components.OF_INSTALLER, zipped: components.OF_WINDOWS,
+    products = {setup: components.OF_WINDOWS, zipped: components.OF_WINDOWS,
                 debian: components.OF_COMMAND}
     (output / f"Plexum-{version}.spdx.json").write_text(
         sbom.document(products, version, epoch), encoding="utf-8")
     shutil.rmtree(work)
+    signing.sign_beside(debian)
     files = sorted(output.iterdir())
-    (output / "SHA256SUMS").write_text("".join(
+    sums = output / "SHA256SUMS"
+    sums.write_text("".join(
         f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in files))
-    for path in [*files, output / "SHA256SUMS"]:
+    signing.sign_beside(sums)
+    for path in sorted(output.iterdir()):
         print(f"{path.stat().st_size:>10} {path.name}")
 
 

@@ -1,6 +1,6 @@
-"""The folder that the archive for Windows holds and that the installer installs:
+"""The folder that the archive for Windows holds; the installer installs most of it:
 
-  plexum.exe, PlexumLink.html, register.cmd, unregister.cmd, LICENSE.txt
+  plexum.exe, PlexumLink.html, LICENSE.txt, register.cmd and its kin
   x64, x86    PlexumLink.ocx of that bitness, with its manifest and its type library
   examples    the samples
   licences    of what is linked in
@@ -33,5 +33,5 @@ def make(root, win64, win32, help_page, target):
     for path in sorted((root / "examples").rglob("*")):
         if path.is_file() and "__pycache__" not in path.parts:
             put(path, target / path.relative_to(root))
-    for component in components.OF_INSTALLER:
+    for component in components.OF_WINDOWS:
         put(component.copyright_file, target / "licences" / f"{component.source}.txt")

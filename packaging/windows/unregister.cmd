@@ -1,8 +1,5 @@
 @echo off
 rem unregister.cmd [user]
-rem   Takes back what register.cmd did with the same argument. The folder can be deleted afterwards.
-setlocal
-set action=/u
-set done=unregistered
-call "%~dp0regsvr32.cmd" %1
-exit /b %errorlevel%
+rem   Takes back what register.cmd did: for all users, or with "user" for the current user alone. The
+rem   folder can be deleted afterwards.
+"%~dp0registration.cmd" unregister %1

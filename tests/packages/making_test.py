@@ -8,6 +8,7 @@ import json
 import os
 import pathlib
 import shutil
+import struct
 import subprocess
 import sys
 import tempfile
@@ -23,17 +24,18 @@ def demand(condition, what):
         sys.exit(f"FAILED: {what}")
 
 
-def run(*command, **environment):
+def run(*command, fails=False, **environment):
     done = subprocess.run([str(word) for word in command], check=False, text=True,
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, env={**os.environ, **environment})
-    demand(done.returncode == 0, f"{command} ended with {done.returncode}: {done.stdout}")
+    demand((done.returncode != 0) == fails,
+           f"{command} ended with {done.returncode}: {done.stdout}")
     return done.stdout
 
 
-def make(output, version, builds, **environment):
+def make(output, version, builds, **options):
     run(ROOT / "packaging/package.py", "--version", version, "--epoch", EPOCH,
-        "--output", output, "--builds", builds, **environment)
+        "--output", output, "--builds", builds, **options)
 
 
 def test_same_bytes(packages, again):
@@ -48,7 +50,7 @@ def test_sums(packages):
     sums = dict(reversed(line.split("  ")) for line in
                 (packages / "SHA256SUMS").read_text().splitlines())
     for path in packages.iterdir():
-        demand(path.name == "SHA256SUMS" or
+        demand(path.stem == "SHA256SUMS" or
                sums.pop(path.name) == hashlib.sha256(path.read_bytes()).hexdigest(),
                f"the sum of {path.name}")
     demand(not sums, f"no sum of what isn't there: {sums}")
@@ -74,12 +76,12 @@ def unpacked(packages, version, folder):
         archive.extractall(folder)
     run("dpkg-deb", "-x", packages / f"plexum_{version}_amd64.deb", folder / "debian")
     return [*folder.rglob("*.ocx"), *folder.rglob("plexum.exe"),
-            *folder.rglob("bin/plexum"), packages / f"PlexumLink-{version}-setup.exe"]
+            *folder.rglob("bin/plexum")]
 
 
 def test_programs(packages, version, folder):
     programs = unpacked(packages, version, folder)
-    demand(len(programs) == 5, f"five programs: {programs}")
+    demand(len(programs) == 4, f"four programs: {programs}")
     for path in programs:
         data = path.read_bytes()
         demand(os.fsencode(ROOT) not in data, f"{path.name} doesn't tell where it was built")
@@ -99,23 +101,42 @@ def older_builds(builds, version, folder):
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(builds / preset / name, target)
         control = folder / preset / "PlexumLink.ocx"
-        control.write_bytes(control.read_bytes().replace(version.encode("utf-16le"),
-                                                         OLDER.encode("utf-16le")))
+        data = bytearray(control.read_bytes().replace(version.encode("utf-16le"),
+                                                      OLDER.encode("utf-16le")))
+        numbers = data.index(bytes.fromhex("BD04EFFE")) + 8  # two versions, of file and product
+        major, minor, patch = map(int, OLDER.split("."))
+        data[numbers:numbers + 16] = struct.pack("<4H", minor, major, 0, patch) * 2
+        control.write_bytes(data)
 
 
 def test_signed(packages, folder):
+    """Signs by keys made for it; where a signature doesn't hold, there is no package."""
     older_builds(ROOT / "build", project_version(), folder)
-    key, certificate = folder / "key.pem", folder / "certificate.pem"
-    run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "3650",
-        "-subj", "/CN=Plexum test", "-addext", "extendedKeyUsage=codeSigning",
-        "-keyout", key, "-out", certificate)
-    make(packages, OLDER, folder, PLEXUM_SIGN_CERTIFICATE=str(certificate),
-         PLEXUM_SIGN_KEY=str(key))
-    test_sums(packages)
+    gpg = {"GNUPGHOME": str(folder / "gpg"), "PLEXUM_SIGN_GPG_KEY": "Plexum test"}
+    (folder / "gpg").mkdir(mode=0o700)
+    for name in ("own", "other"):
+        run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "3650",
+            "-subj", "/CN=Plexum test", "-addext", "extendedKeyUsage=codeSigning",
+            "-keyout", folder / f"{name}.key", "-out", folder / f"{name}.pem")
+    own = {"PLEXUM_SIGN_CERTIFICATE": str(folder / "own.pem"),
+           "PLEXUM_SIGN_KEY": str(folder / "own.key"), **gpg}
+    for wrong in ({"PLEXUM_SIGN_CA": str(folder / "other.pem")},
+                  {"PLEXUM_SIGN_KEY": str(folder / "other.key")}):
+        make(packages, OLDER, folder, **{**own, **wrong}, fails=True)
+        demand(not list(packages.glob("*.*")), f"no package is signed by {wrong}")
+    try:
+        run("gpg", "--batch", "--passphrase", "", "--faked-system-time", "20260101T000000",
+            "--quick-generate-key", "Plexum test", "ed25519", **gpg)
+        make(packages, OLDER, folder, **own)
+        test_sums(packages)
+        for name in ("SHA256SUMS", f"plexum_{OLDER}_amd64.deb"):
+            run("gpg", "--verify", packages / f"{name}.asc", packages / name, **gpg)
+    finally:
+        run("gpgconf", "--kill", "all", **gpg)
     (folder / "unpacked").mkdir()
-    for path in unpacked(packages, OLDER, folder / "unpacked"):
-        if path.suffix in (".ocx", ".exe"):
-            run("osslsigncode", "verify", "-CAfile", certificate, "-in", path)
+    for path in [*unpacked(packages, OLDER, folder / "unpacked"), *packages.glob("*.msi")]:
+        if path.suffix in (".ocx", ".exe", ".msi"):
+            run("osslsigncode", "verify", "-CAfile", folder / "own.pem", "-in", path)
 
 
 def project_version():

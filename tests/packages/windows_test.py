@@ -1,12 +1,10 @@
 #!/usr/bin/env python3
 """windows_test.py PACKAGES OLDER_PACKAGES: on a fresh Windows, which is a Wine prefix of its own,
-installs, upgrades and uninstalls from the installers, for all users and for one, also while a host
-holds the control, and registers the archive's files. A sample reads a simulated PLC each time;
+installs, upgrades and uninstalls by the installers, also while a host holds the control, and
+registers the archive's files, for all users and for one. A sample reads a simulated PLC each time;
 afterwards the files and the registry are as they were."""
 import contextlib
 import pathlib
-import re
-import subprocess
 import sys
 import time
 import zipfile
@@ -20,8 +18,8 @@ from wine_prefix import SYSTEM, Prefix, demand, wait_until  # noqa: E402
 
 PLEXUM = ROOT / "build" / "native" / "plexum"
 SERVER = r"Software\Classes\CLSID\{64643F6A-8FA8-46F5-84E0-D4FE4F73595C}\InprocServer32"
-UNINSTALL = r"Software\Microsoft\Windows\CurrentVersion\Uninstall\PlexumLink"
-MENU = r"Microsoft\Windows\Start Menu\Programs\PlexumLink"
+ENVIRONMENT = r"HKLM\System\CurrentControlSet\Control\Session Manager\Environment"
+MSI_FAILED, MSI_NEEDS_RESTART = 1603 % 256, 3010 % 256  # as this system's processes end
 FOLDERS = {64: "x64", 32: "x86"}
 
 # A host that goes on reading until a file appears.
@@ -51,23 +49,21 @@ def package(folder, pattern):
 class Test:
     def __init__(self, prefix, packages, older, port):
         self.prefix, self.port = prefix, port
-        self.setup = package(packages, "PlexumLink-*-setup.exe")
-        self.older = package(older, "PlexumLink-*-setup.exe")
+        self.setup = package(packages, "PlexumLink-*.msi")
+        self.older = package(older, "PlexumLink-*.msi")
         self.archive = package(packages, "PlexumLink-*-windows.zip")
-        self.version = self.setup.name.split("-")[1]
+        self.version = self.setup.stem.split("-")[1]
         self.controls = self.controls_of(self.archive)
         self.older_controls = self.controls_of(package(older, "PlexumLink-*-windows.zip"))
         demand(self.controls != self.older_controls, "two versions")
         self.begin = time.monotonic()
-        prefix.demand("cmd", "/c", "exit")
-        prefix.path(r"C:\host.vbs").write_text(HOST)
         # Wine's script hosts register a part of their own when they run for the first time.
-        prefix.path(r"C:\nothing.vbs").touch()
         for system in SYSTEM.values():
-            prefix.demand(system + r"\cscript.exe", "//nologo", r"C:\nothing.vbs")
-        for key in ("Classes\\CLSID", "Classes\\Interface", "Classes\\TypeLib",
-                    r"Microsoft\Windows\CurrentVersion\Uninstall"):  # every Windows has them
-            prefix.demand("reg", "add", "HKCU\\Software\\" + key, "/f")
+            prefix.run(system + r"\cscript.exe", "//nologo", r"C:\nothing.vbs")
+        prefix.path(r"C:\host.vbs").write_text(HOST)
+        prefix.path(r"C:\windows\Installer").mkdir()  # every Windows has it
+        for key in ("CLSID", "Interface", "TypeLib"):  # every Windows has them
+            prefix.demand("reg", "add", r"HKCU\Software\Classes" + "\\" + key, "/f")
         self.step("a fresh prefix")
         self.files, self.registry = prefix.files(), prefix.registry()
 
@@ -79,17 +75,14 @@ class Test:
             return {bits: inside.read(f"{archive.stem}/{folder}/PlexumLink.ocx")
                     for bits, folder in FOLDERS.items()}
 
-    def expect_registered(self, root, controls, folder=None):
+    def expect_registered(self, root, controls, folder):
         for bits in SYSTEM:
             path = self.prefix.value(f"{root}\\{SERVER}", bits)
-            demand(path is not None, f"{bits}-bit control registered in {root}")
-            if folder:
-                demand(path.startswith(folder), f"{path} in {folder}")
             if root == "HKCU":  # Wine, unlike Windows, has one key of a user for both bitnesses
                 bits = 32
-            demand(path.endswith(f"\\{FOLDERS[bits]}\\PlexumLink.ocx") and
+            demand(path == f"{folder}\\{FOLDERS[bits]}\\PlexumLink.ocx" and
                    self.prefix.path(path).read_bytes() == controls[bits],
-                   f"{path} is the {bits}-bit control of this version")
+                   f"{path} is the {bits}-bit control of this version in {folder}")
 
     def expect_sample(self, folder):
         for system in SYSTEM.values():
@@ -101,95 +94,91 @@ class Test:
         demand(self.version in output, f"plexum.exe of {self.version}: {output}")
 
     def expect_clean(self, what):
-        # The uninstaller's copy of itself goes when Windows starts; its temporary folder is left.
-        files = {path for path in self.prefix.files() - self.files
-                 if not re.search(r"/Temp/~nsu\w*\.tmp(/Un\.exe)?$", path)}
+        files = self.prefix.files() - self.files
         demand(not files, f"{what} left files: {sorted(files)}")
-        lines = self.prefix.registry() - self.registry
+        lines = {(key, line) for key, line in self.prefix.registry() - self.registry
+                 if "=" in line or r"\Installer" not in key}  # whose empty lists stay
         demand(not lines, f"{what} left in the registry: {sorted(lines)[:20]}")
 
-    def uninstall(self, root):
-        command = self.prefix.value(f"{root}\\{UNINSTALL}", 64, "QuietUninstallString")
-        demand(command is not None, f"QuietUninstallString in {root}")
-        program, _, options = command[1:].partition('" ')
-        self.prefix.demand(program, *options.split())
-        # It goes on as a copy of itself.
-        wait_until(lambda: not self.prefix.path(program).exists(), f"{program} to be gone")
-        wait_until(lambda: self.prefix.value(f"{root}\\{UNINSTALL}", 64, "DisplayName") is None,
-                   "uninstalled")
+    def msiexec(self, action, package, *properties, code=0):
+        path = "Z:" + str(package.resolve()).replace("/", "\\")
+        self.prefix.demand("msiexec", action, path, "/qn", *properties, code=code)
+        self.step(f"msiexec {action} {package.name} ended with {code}")
 
-    def menu(self, base):
-        folder = self.prefix.path(f"{base}\\{MENU}")
-        return {path.name for path in folder.iterdir()} if folder.exists() else set()
+    def keys(self, folder):
+        """What the registry tells of the control, without the folder."""
+        inside = folder.replace("\\", r"\\")
+        return {(key, line.replace(inside, "")) for key, line in
+                self.prefix.registry() - self.registry
+                if r"\Classes" in key and r"\Installer" not in key}
 
     @contextlib.contextmanager
-    def running_host(self, bits):
+    def running_host(self):
         """A host that reads with the registered control from begin to end of the block."""
-        for name in ("reading", "end"):
-            self.prefix.path("C:\\" + name).unlink(missing_ok=True)
-        host = self.prefix.start(SYSTEM[bits] + r"\cscript.exe", "//nologo", r"C:\host.vbs",
-                                 self.port)
+        host = self.prefix.start(SYSTEM[32] + r"\cscript.exe", "//nologo", r"C:\host.vbs", self.port)
         try:
-            wait_until(self.prefix.path(r"C:\reading").exists, f"the {bits}-bit host to read")
+            wait_until(self.prefix.path(r"C:\reading").exists, "the host to read")
             yield
-            demand(host.poll() is None, f"the {bits}-bit host still runs")
         finally:
             self.prefix.path(r"C:\end").touch()
             output = host.communicate()[0].decode("cp437")
-            for name in ("reading", "end"):
-                self.prefix.path("C:\\" + name).unlink(missing_ok=True)
-        demand("host ended well" in output, f"the {bits}-bit host: {output}")
+        demand("host ended well" in output, f"the host: {output}")
+        for name in ("reading", "end"):
+            self.prefix.path("C:\\" + name).unlink()
 
-    def test_for_all_users(self):
-        program_files = r"C:\Program Files\PlexumLink"
-        self.prefix.demand(str(self.older), "/S")
-        self.expect_registered("HKLM", self.older_controls, program_files)
-        signature = subprocess.run(  # by nobody whom this system trusts: it ends with 1
-            ["osslsigncode", "verify", self.prefix.path(program_files + r"\uninstall.exe")],
-            capture_output=True, text=True, check=False).stdout
-        demand("CN=Plexum test" in signature, f"its uninstaller is signed: {signature}")
-        self.step("installed the older version")
-        with self.running_host(64):
-            self.prefix.demand(str(self.setup), "/S")
-            self.expect_registered("HKLM", self.controls, program_files)
-            self.expect_sample(program_files)
-        demand(self.prefix.value("HKLM\\" + UNINSTALL, 64, "DisplayVersion") == self.version,
-               "DisplayVersion")
-        demand(len(self.menu(r"C:\ProgramData")) == 3, "three links in the start menu")
-        self.step("upgraded it while a host held it")
-        with self.running_host(32):
-            self.uninstall("HKLM")
-        # What a host had loaded goes with the next start.
+    def test_installer(self):
+        folder = r"C:\Program Files\PlexumLink"
+        own = f"HKCU\\{SERVER}"
+        self.prefix.demand("reg", "add", own, "/ve", "/d", r"C:\own.ocx", "/f")
+        self.msiexec("/i", self.older, code=MSI_FAILED)
+        self.prefix.demand("reg", "delete", own.rpartition("\\")[0], "/f")
+        self.expect_clean("refused, since this user's own registration would hide it:")
+        # No folder but this one: who may write into it decides what is run.
+        self.msiexec("/i", self.older, "ADDLOCAL=ALL", r"InstallFolder=C:\users\Public",
+                     r"TARGETDIR=C:\users\Public")
+        self.expect_registered("HKLM", self.older_controls, folder)
+        path = self.prefix.value(ENVIRONMENT, 64, "PATH")
+        demand(path.endswith(f";{folder}\\"), f"the folder in PATH: {path}")
+        # While a host holds the control, the new one takes its place when Windows starts. (Wine lets
+        # such a file lie when it uninstalls.)
+        with self.running_host():
+            self.msiexec("/i", self.setup, code=MSI_NEEDS_RESTART)
         self.prefix.demand("wineboot", "--restart")
-        self.expect_clean("installing for all users")
-        self.step("uninstalled it while a host held it")
+        self.expect_registered("HKLM", self.controls, folder)
+        self.expect_sample(folder)
+        links = [path for path in self.prefix.files() - self.files if path.endswith(".lnk")]
+        demand(len(links) == 3, f"three links in the start menu: {links}")
+        self.installed_keys = self.keys(folder)
+        self.msiexec("/i", self.older, code=MSI_FAILED)
+        self.expect_registered("HKLM", self.controls, folder)
+        self.msiexec("/x", self.setup)
+        self.expect_clean("uninstalling")
 
-    def test_for_one_user(self):
-        folder = r"C:\users\Public\link"
-        self.prefix.demand(str(self.setup), "/S", "/CurrentUser", "/D=" + folder)
-        self.expect_registered("HKCU", self.controls, folder)
-        demand(self.prefix.value("HKLM\\" + SERVER, 64) is None, "nothing for all users")
-        self.prefix.demand(str(self.setup), "/S")  # again, where and as it is
-        self.expect_registered("HKCU", self.controls, folder)
-        self.uninstall("HKCU")
-        self.expect_clean("installing for one user")
-        self.step("installed and uninstalled for one user")
+    def register(self, folder, script, *arguments, code=0):
+        return self.prefix.demand("cmd", "/c", script, *arguments, code=code,
+                                  folder=self.prefix.path(folder))
 
     def test_archive(self):
-        folder = f"C:\\unpacked here\\{self.archive.stem}"
         with zipfile.ZipFile(self.archive) as archive:
-            archive.extractall(self.prefix.path(r"C:\unpacked here"))
+            for folder in (r"C:\Program Files", r"C:\unpacked & here"):
+                archive.extractall(self.prefix.path(folder))
         self.files = self.prefix.files()
-        for arguments, root in (([], "HKLM"), (["user"], "HKCU")):
-            output = self.prefix.demand("cmd", "/c", folder + r"\register.cmd", *arguments)
-            demand("PlexumLink is registered" in output, output)
+        for base, arguments, root in ((r"C:\Program Files", [], "HKLM"),
+                                      (r"C:\unpacked & here", ["user"], "HKCU")):
+            folder = f"{base}\\{self.archive.stem}"
+            shown = self.register(folder, "register.cmd", *arguments)
             self.expect_registered(root, self.controls, folder)
-            if root == "HKLM":  # Wine finds nothing by HKCU
+            demand(shown.count("none") == 2 and shown.count(folder) == 2, f"registered: {shown}")
+            if not arguments:
                 self.expect_sample(folder)
-            self.prefix.demand("cmd", "/c", folder + r"\unregister.cmd", *arguments)
+                demand(self.keys(folder) == self.installed_keys,
+                       "the installer writes what the control writes itself: "
+                       f"{self.keys(folder) ^ self.installed_keys}")
+            self.register(folder, "unregister.cmd", *arguments)
             self.expect_clean("unregister.cmd")
-        code, output = self.prefix.run("cmd", "/c", folder + r"\register.cmd", "nonsense")
-        demand(code != 0 and "usage" in output, f"a wrong argument: {code} {output}")
+        for arguments, code in (([], 1), (["nonsense"], 2)):
+            self.register(folder, "register.cmd", *arguments, code=code)
+            self.expect_clean(f"register.cmd {arguments}")
         self.step("registered and unregistered the archive's files")
 
 
@@ -200,8 +189,7 @@ def main():
     try:
         with simulated_plc(str(PLEXUM)) as port:
             test = Test(prefix, packages, older, port)
-            test.test_for_all_users()
-            test.test_for_one_user()
+            test.test_installer()
             test.test_archive()
     finally:
         prefix.stop()

@@ -2,6 +2,7 @@
 registry, its files."""
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -38,10 +39,10 @@ class Prefix:
         output = process.communicate()[0].decode("cp437").replace("\r\n", "\n")
         return process.returncode, output
 
-    def demand(self, *command, folder=None):
-        """The output of a command that must end with 0."""
-        code, output = self.run(*command, folder=folder)
-        demand(code == 0, f"{command} ended with {code}: {output}")
+    def demand(self, *command, folder=None, code=0):
+        """The output of a command that must end with the code."""
+        found, output = self.run(*command, folder=folder)
+        demand(found == code, f"{command} ended with {found}: {output}")
         return output
 
     def path(self, windows):
@@ -52,8 +53,8 @@ class Prefix:
         """A text of the registry, or None."""
         code, output = self.run("reg", "query", key, *(["/v", name] if name else ["/ve"]),
                                 f"/reg:{bits}")
-        lines = [line for line in output.splitlines() if "REG_SZ" in line]
-        return lines[0].split("REG_SZ", 1)[1].strip() if code == 0 and lines else None
+        found = re.search(r" REG_(?:EXPAND_)?SZ +(.*)", output)
+        return found.group(1).strip() if code == 0 and found else None
 
     def registry(self):
         """Every line of what programs leave in the registry, with its key."""
