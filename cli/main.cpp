@@ -39,7 +39,7 @@ int run(CLI::App& program, const Console& console) {
 int main(int argc, char** argv) {
   const Console console(argc, argv);
   CLI::App program("Talks to Siemens S7 PLCs over ISO-on-TCP", "plexum");
-  program.allow_windows_style_options(false);  // else /x would be an option there and no path
+  program.allow_windows_style_options(false);  // on Windows /x would be an option, not a path
   program.set_version_flag("--version", PLEXUM_VERSION);
   plexum::cli::add_commands(program);
 

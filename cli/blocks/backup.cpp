@@ -6,10 +6,10 @@
 #include <set>
 #include <system_error>
 
-#include "cli/plc/plc_clock.h"
 #include "cli/system/file.h"
 #include "cli/system/path.h"
 #include "cli/system/terminal.h"
+#include "cli/text/iso_time.h"
 #include "cli/text/sha256.h"
 
 namespace plexum::cli {
@@ -24,7 +24,7 @@ constexpr int kVersion = 1;
 
 std::string file_name_of(const BlockName& name) { return name.text() + ".mc7"; }
 
-// A folder beside the one that is to be, with a name that no other backup has.
+// A folder beside the final one, with a name that no other backup has.
 fs::path make_partial_folder(const fs::path& folder) {
   for (int number = 1;; ++number) {
     fs::path partial = folder;
@@ -38,7 +38,7 @@ std::vector<BlockList> program_of(std::vector<BlockList> lists) {
   return lists;
 }
 
-// The lists tell everything that can be known of what a backup lacks.
+// Why a backup may lack blocks, as far as the lists of blocks tell.
 std::vector<std::string> doubts_about(const std::vector<BlockList>& before,
                                       const std::vector<BlockList>& after) {
   std::vector<std::string> doubts;
@@ -64,7 +64,7 @@ Json entry_of(const BlockImage& image) {
           {"interface_date", image.interface_date}};
 }
 
-// Of what the CPU itself brings nothing can be uploaded.
+// The CPU's own blocks, which can't be uploaded.
 Json left_out(const std::vector<BlockList>& lists) {
   Json types = Json::array();
   for (const BlockList& list : lists) {
@@ -77,7 +77,7 @@ Json left_out(const std::vector<BlockList>& lists) {
 }
 
 Failure broken(const fs::path& folder, const std::string& why) {
-  return Failure(text_of(folder) + " is no whole backup: " + why);
+  return Failure(utf8_from_path(folder) + " is no whole backup: " + why);
 }
 
 // One block, checked against its entry in the manifest.
@@ -111,19 +111,19 @@ void check_for_others(const fs::path& folder, const std::vector<BlockImage>& blo
     }
   }
   for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-    const std::string name = text_of(entry.path().filename());
+    const std::string name = utf8_from_path(entry.path().filename());
     if (!expected.contains(name)) throw broken(folder, "its manifest doesn't know " + name);
   }
 }
 
-std::vector<std::string> fill(Session& session, const fs::path& folder,
+std::vector<std::string> fill(PlcConnection& plc, const fs::path& folder,
                               const std::function<bool()>& ended) {
-  const std::vector<BlockList> all = list_all_blocks(session);
+  const std::vector<BlockList> all = list_all_blocks(plc);
   const std::vector<BlockList> lists = program_of(all);
   std::size_t count = 0;
   for (const BlockList& list : lists) count += list.numbers.size();
   if (count == 0) {
-    throw Failure("backing up " + session.plc_name() +
+    throw Failure("backing up " + plc.plc_name() +
                   ": the PLC lists no blocks, or doesn't let its blocks be listed");
   }
 
@@ -133,27 +133,26 @@ std::vector<std::string> fill(Session& session, const fs::path& folder,
     Progress progress("backup", count);
     for (const BlockList& list : lists) {
       for (const std::uint16_t number : list.numbers) {
-        if (ended()) throw Failure("backing up " + session.plc_name() + ": interrupted");
+        if (ended()) throw Failure("backing up " + plc.plc_name() + ": interrupted");
         const BlockName name{list.type, number};
         progress.step(name.text());
-        bool refused = false;
         try {
-          const BlockImage image = upload_block(session, name, &refused);
+          const BlockImage image = upload_block(plc, name);
           write_file(folder / path_from_utf8(file_name_of(name)), image.bytes);
           blocks.push_back(entry_of(image));
         } catch (const Failure& failure) {
-          if (!refused) throw;
+          if (!failure.refused_by_plc()) throw;
           refusals.emplace_back(failure.what());
         }
       }
     }
   }
 
-  std::vector<std::string> doubts = doubts_about(lists, program_of(list_all_blocks(session)));
+  std::vector<std::string> doubts = doubts_about(lists, program_of(list_all_blocks(plc)));
   doubts.insert(doubts.end(), refusals.begin(), refusals.end());
   const Json manifest{
       {"format", kFormat},          {"version", kVersion},
-      {"plc", session.plc_name()},  {"made", iso_text(time_of_computer(true)) + "Z"},
+      {"plc", plc.plc_name()},      {"made", iso_text_utc(std::chrono::system_clock::now())},
       {"complete", doubts.empty()}, {"doubts", doubts},
       {"left_out", left_out(all)},  {"blocks", blocks}};
   write_file(folder / kManifest, manifest.dump(2) + "\n");
@@ -162,23 +161,24 @@ std::vector<std::string> fill(Session& session, const fs::path& folder,
 
 }  // namespace
 
-std::vector<std::string> make_backup(Session& session, const fs::path& folder,
+std::vector<std::string> make_backup(PlcConnection& plc, const fs::path& folder,
                                      const std::function<bool()>& ended) {
   if (fs::exists(folder) && !(fs::is_directory(folder) && fs::is_empty(folder))) {
-    throw usage_error(text_of(folder) + " exists, and a backup replaces nothing; name another");
+    throw usage_error(utf8_from_path(folder) +
+                      " exists, and a backup replaces nothing; name another");
   }
-  session.connect();
+  plc.connect();
   const fs::path partial = make_partial_folder(folder);
   std::vector<std::string> doubts;
   try {
-    doubts = fill(session, partial, ended);
+    doubts = fill(plc, partial, ended);
   } catch (const Failure& failure) {
     if (fs::is_empty(partial)) {
       fs::remove(partial);
       throw;
     }
     throw Failure(
-        std::string(failure.what()) + "; what had come until then is in " + text_of(partial),
+        std::string(failure.what()) + "; what had come until then is in " + utf8_from_path(partial),
         failure.code());
   }
   fs::remove(folder);  // an empty one
@@ -206,7 +206,7 @@ Backup read_backup(const fs::path& folder) {
     throw broken(folder, "its manifest is damaged");
   }
   check_for_others(folder, backup.blocks);
-  // What is called or read goes before what calls or reads it.
+  // A block is downloaded before those that call or read it.
   const auto rank = [](const BlockImage& image) { return image.name.type - block_types().data(); };
   std::stable_sort(
       backup.blocks.begin(), backup.blocks.end(),

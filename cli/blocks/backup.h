@@ -16,16 +16,16 @@ struct Backup {
   std::vector<std::string> doubts;  // why it may lack blocks; empty: it is complete
 };
 
-// Uploads every block of the user's program into `folder`, which must not exist or be empty. It is
-// made under another name and gets its own at the end, so whatever has that name is whole. Returns
-// the doubts. `ended` says when to give up. Throws Failure or std::system_error; what had come
-// until then stays in a folder without a manifest, which the failure names.
-std::vector<std::string> make_backup(Session& session, const std::filesystem::path& folder,
+// Uploads every block of the user's program into `folder`, which must not exist or must be empty.
+// The folder has another name until the backup is done, so a folder of the final name is always
+// whole. Returns the doubts. `ended` says when to give up. Throws Failure or std::system_error; the
+// blocks that came before stay in a folder without a manifest, and the failure's line names it.
+std::vector<std::string> make_backup(PlcConnection& plc, const std::filesystem::path& folder,
                                      const std::function<bool()>& ended);
 
-// Reads a backup, after checking everything in it: each block's file is there, as long as the
-// manifest says and with its checksum and its block, and there is no other file. Throws Failure
-// with the first fault.
+// Reads a backup and checks everything in it: each block's file is there, it has the length, the
+// checksum and the block that the manifest says, and there is no other file. Throws Failure for the
+// first fault.
 Backup read_backup(const std::filesystem::path& folder);
 
 }  // namespace plexum::cli

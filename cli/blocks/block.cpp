@@ -1,21 +1,14 @@
 #include "cli/blocks/block.h"
 
-#include <algorithm>
 #include <chrono>
-#include <iterator>
 
-#include "cli/plc/plc_clock.h"
 #include "cli/text/failure.h"
+#include "cli/text/iso_time.h"
 
 namespace plexum::cli {
 namespace {
 
-constexpr BlockType kTypes[] = {
-    {"OB", 0x08, false},  {"FB", 0x0E, false}, {"FC", 0x0C, false}, {"DB", 0x0A, false},
-    {"SDB", 0x0B, false}, {"SFB", 0x0F, true}, {"SFC", 0x0D, true},
-};
-
-// Where the header of an image has what is read of it; numbers are big-endian.
+// Where in the header of an image stands what is read of it; numbers are big-endian.
 constexpr std::size_t kMagic = 0;  // "pp"
 constexpr std::size_t kType = 5;
 constexpr std::size_t kNumber = 6;     // 2 bytes
@@ -44,21 +37,6 @@ std::string date_at(const std::string& bytes, std::size_t index) {
 
 }  // namespace
 
-std::span<const BlockType> block_types() { return kTypes; }
-
-const BlockType& block_type(const std::string& name) {
-  std::string upper = name;
-  std::transform(upper.begin(), upper.end(), upper.begin(), [](char letter) {
-    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-  });
-  const auto* const found = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                         [&](const BlockType& type) { return upper == type.name; });
-  if (found == std::end(kTypes)) {
-    throw usage_error("\"" + name + "\" is no block type; there are OB, FB, FC, DB, SDB, SFC, SFB");
-  }
-  return *found;
-}
-
 std::string BlockName::text() const { return type->name + std::to_string(number); }
 
 std::string BlockName::digits() const {
@@ -71,10 +49,8 @@ BlockImage parse_block_image(const std::string& what, std::string bytes) {
   if (bytes.size() < BlockImage::kHeaderSize || number_at(bytes, kMagic, 2) != 0x7070) {
     throw Failure(what + ": it is no block image (it has no block header)");
   }
-  const std::uint32_t code = number_at(bytes, kType, 1);
-  const auto* const type = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                        [&](const BlockType& known) { return known.code == code; });
-  if (type == std::end(kTypes)) {
+  const BlockType* const type = find_block_type(number_at(bytes, kType, 1));
+  if (type == nullptr) {
     throw Failure(what + ": the block's header names no type of blocks");
   }
   BlockImage image;

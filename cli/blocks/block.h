@@ -1,23 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
 
+#include "cli/text/block_type.h"
+
 namespace plexum::cli {
-
-// A type of blocks: its name as the control takes it, and the number that an image's header has.
-struct BlockType {
-  const char* name;
-  std::uint8_t code;
-  bool of_system;  // part of the CPU: can be listed, not uploaded, downloaded or deleted
-};
-
-// Every type: what calls or reads others before what is called or read, the CPU's own at the end.
-std::span<const BlockType> block_types();
-
-// The type of that name, in either case. Throws a usage error.
-const BlockType& block_type(const std::string& name);
 
 struct BlockName {
   const BlockType* type = nullptr;
@@ -25,7 +13,7 @@ struct BlockName {
 
   // "DB12".
   [[nodiscard]] std::string text() const;
-  // Five digits, as the control takes the number.
+  // The number in five digits.
   [[nodiscard]] std::string digits() const;
 
   bool operator==(const BlockName&) const = default;
@@ -44,7 +32,7 @@ struct BlockImage {
   static constexpr std::size_t kHeaderSize = 36;
 };
 
-// Throws Failure, beginning with `what`, where `bytes` don't begin with a block's header, or where
+// Throws Failure, whose line begins with `what`, where `bytes` don't begin with a block's header or
 // its lengths aren't those of `bytes`.
 BlockImage parse_block_image(const std::string& what, std::string bytes);
 

@@ -5,16 +5,16 @@
 #include <vector>
 
 #include "cli/blocks/block.h"
-#include "cli/link/session.h"
+#include "cli/link/plc_connection.h"
 
 namespace plexum::cli {
 
-// The PLC's blocks of one type, as far as the control tells them: it asks for the first part of the
-// list only, and takes a refused list for an empty one.
+// The PLC's blocks of one type. The control asks for the first part of the list only, and takes a
+// refused list for an empty one.
 struct BlockList {
   const BlockType* type = nullptr;
   std::vector<std::uint16_t> numbers;
-  // The list fills a first part, so that others may follow.
+  // Whether the list fills a first part, so that others may follow.
   bool may_be_cut = false;
 
   [[nodiscard]] bool has(std::uint16_t number) const;
@@ -26,19 +26,18 @@ bool may_be_first_part(std::size_t count, unsigned pdu);
 
 // All of them throw Failure.
 
-BlockList list_blocks(Session& session, const BlockType& type);
+BlockList list_blocks(PlcConnection& plc, const BlockType& type);
 // Of every type.
-std::vector<BlockList> list_all_blocks(Session& session);
+std::vector<BlockList> list_all_blocks(PlcConnection& plc);
 
-// Uploads a block; an image that isn't whole is asked for again. `refused`, where it is given,
-// becomes true when it was the PLC that said no, so that others may still be had.
-BlockImage upload_block(Session& session, const BlockName& name, bool* refused = nullptr);
+// Uploads a block; an image that isn't whole is asked for again.
+BlockImage upload_block(PlcConnection& plc, const BlockName& name);
 
-// Downloads a block and uploads it again to compare. How that went, for people: "verified by
+// Downloads a block, uploads it again and compares. Gives the outcome for people: "verified by
 // uploading it again".
-std::string download_block(Session& session, const BlockImage& image);
+std::string download_block(PlcConnection& plc, const BlockImage& image);
 
-// Deletes a block, and looks whether it is gone.
-void delete_block(Session& session, const BlockName& name);
+// Deletes a block, then looks whether it is gone.
+void delete_block(PlcConnection& plc, const BlockName& name);
 
 }  // namespace plexum::cli

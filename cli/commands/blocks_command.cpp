@@ -26,9 +26,9 @@ struct BlocksOptions {
 
 void list(const BlocksOptions& options) {
   const BlockType* const type = options.type.empty() ? nullptr : &block_type(options.type);
-  Session session(options.connection);
+  PlcConnection plc(options.connection);
   const std::vector<BlockList> lists =
-      type == nullptr ? list_all_blocks(session) : std::vector{list_blocks(session, *type)};
+      type == nullptr ? list_all_blocks(plc) : std::vector{list_blocks(plc, *type)};
   if (options.json) {
     nlohmann::ordered_json found = nlohmann::ordered_json::object();
     for (const BlockList& one : lists) {
@@ -47,8 +47,8 @@ void list(const BlocksOptions& options) {
 
 void upload(const BlocksOptions& options) {
   const BlockName name = options.name();
-  Session session(options.connection);
-  const BlockImage image = upload_block(session, name);
+  PlcConnection plc(options.connection);
+  const BlockImage image = upload_block(plc, name);
   write_file(path_from_utf8(options.path), image.bytes);
   std::cout << name.text() << ": " << image.bytes.size() << " bytes, code of " << image.code_date
             << ", in " << options.path << '\n';
@@ -56,29 +56,29 @@ void upload(const BlocksOptions& options) {
 
 void download(const BlocksOptions& options) {
   const BlockImage image = parse_block_image(options.path, read_file(path_from_utf8(options.path)));
-  Session session(options.connection);
-  session.connect();
-  ask_before("download " + image.name.text() + " to " + session.plc_name(), options.yes);
-  const std::string outcome = download_block(session, image);
+  PlcConnection plc(options.connection);
+  plc.connect();
+  ask_before("download " + image.name.text() + " to " + plc.plc_name(), options.yes);
+  const std::string outcome = download_block(plc, image);
   std::cout << image.name.text() << ": downloaded (" << outcome << ")\n";
 }
 
 void delete_one(const BlocksOptions& options) {
   const BlockName name = options.name();
-  Session session(options.connection);
-  session.connect();
-  ask_before("delete " + name.text() + " of " + session.plc_name(), options.yes);
-  delete_block(session, name);
+  PlcConnection plc(options.connection);
+  plc.connect();
+  ask_before("delete " + name.text() + " of " + plc.plc_name(), options.yes);
+  delete_block(plc, name);
   std::cout << name.text() << ": deleted (verified: the PLC doesn't have it any more)\n";
 }
 
 void backup(const BlocksOptions& options) {
-  Session session(options.connection);
+  PlcConnection plc(options.connection);
   const InterruptScope interrupt;
   const std::vector<std::string> doubts =
-      make_backup(session, path_from_utf8(options.path), [&] { return interrupt.interrupted(); });
+      make_backup(plc, path_from_utf8(options.path), [&] { return interrupt.interrupted(); });
   if (doubts.empty()) {
-    std::cout << options.path << ": a complete backup of " << session.plc_name() << '\n';
+    std::cout << options.path << ": a complete backup of " << plc.plc_name() << '\n';
     return;
   }
   for (std::size_t i = 1; i < doubts.size(); ++i) std::cerr << "plexum: " << doubts[i] << '\n';
@@ -87,11 +87,11 @@ void backup(const BlocksOptions& options) {
 
 void restore(const BlocksOptions& options) {
   const Backup backup = read_backup(path_from_utf8(options.path));
-  Session session(options.connection);
-  session.connect();
+  PlcConnection plc(options.connection);
+  plc.connect();
   const std::string kind = backup.doubts.empty() ? "" : ", which may lack blocks,";
   ask_before("download the " + std::to_string(backup.blocks.size()) + " blocks of " + options.path +
-                 kind + " to " + session.plc_name(),
+                 kind + " to " + plc.plc_name(),
              options.yes);
   const InterruptScope interrupt;
   std::size_t done = 0;
@@ -101,7 +101,7 @@ void restore(const BlocksOptions& options) {
     for (const BlockImage& image : backup.blocks) {
       if (interrupt.interrupted()) throw Failure("restoring " + options.path + ": interrupted");
       progress.step(image.name.text());
-      download_block(session, image);
+      download_block(plc, image);
       ++done;
     }
   } catch (const Failure& failure) {

@@ -16,8 +16,8 @@ struct ClockOptions {
 };
 
 void show(const ClockOptions& options) {
-  Session session(options.connection);
-  const PlcTime time = read_clock(session);
+  PlcConnection plc(options.connection);
+  const PlcTime time = read_clock(plc);
   if (options.json) {
     const nlohmann::ordered_json found{{"clock", iso_text(time)}, {"weekday", weekday_name(time)}};
     std::cout << found.dump() << '\n';
@@ -29,10 +29,10 @@ void show(const ClockOptions& options) {
 void set(const ClockOptions& options) {
   const bool to_now = options.time == "now";
   const PlcTime given = to_now ? PlcTime() : parse_time(options.time);
-  Session session(options.connection);
-  session.connect();
+  PlcConnection plc(options.connection);
+  plc.connect();
   const PlcTime time = to_now ? time_of_computer(options.utc) : given;
-  set_clock(session, time);
+  set_clock(plc, time);
   std::cout << "set to " << iso_text(time) << " (verified by reading it back)\n";
 }
 

@@ -39,7 +39,7 @@ void add_commands(CLI::App& program) {
       for (std::size_t i = before; i < commands.size(); ++i) commands[i]->group(group.title);
     }
   }
-  // After the commands, which would take it over.
+  // Set last: commands take over the footer that the program has when they are added.
   program.footer(
       "Where the PLC is: --ip ADDRESS with --rack and --slot, or the environment variables\n"
       "PLEXUM_IP, PLEXUM_RACK and PLEXUM_SLOT; --sim for a simulated one. Every command has its\n"

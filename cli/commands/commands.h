@@ -4,10 +4,10 @@
 
 namespace plexum::cli {
 
-// The commands of `plexum`. Each adds its subcommand, with options, help and examples; what it does
-// happens in the subcommand's callback. A failure is thrown: Failure with a line for the user and
-// an exit code, or std::system_error for what fails in the system (a port in use, a file that can't
-// be written).
+// The commands of `plexum`. Each function adds a subcommand with its options, help and examples;
+// the subcommand's callback does the work. It throws Failure, with a line for the user and an exit
+// code, or std::system_error for failures of the system (a port in use, a file that can't be
+// written).
 
 void add_read_command(CLI::App& program);
 void add_write_command(CLI::App& program);

@@ -30,7 +30,7 @@ constexpr Stop kTour[] = {
     {"the first bytes of the inputs", "ag_Read", "0", "4", "0", "B", "E"},
 };
 
-// Lines of 16 bytes, the first with the direction in front.
+// Prints lines of 16 bytes, the direction in front of the first.
 void print_dump(const char* direction, const std::string& bytes) {
   constexpr std::size_t kBytesALine = 16;
   for (std::size_t i = 0; i < bytes.size(); i += kBytesALine) {

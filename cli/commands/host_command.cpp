@@ -20,7 +20,7 @@ void run_host(const std::string& capture_path) {
   }
 }
 
-// What the requests are, and which members they can name.
+// The help: the kinds of requests, and the members that they can name.
 std::string requests_and_members() {
   constexpr std::size_t kColumns = 80;
   return R"(Requests, one a line:

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "cli/commands/commands.h"
-#include "cli/link/session.h"
 #include "cli/plc/round_trips.h"
+#include "cli/plc/variables.h"
 #include "cli/system/interrupt.h"
 
 namespace plexum::cli {
@@ -19,18 +19,18 @@ struct PingOptions {
 };
 
 void ping(const PingOptions& options) {
-  Session session(options.connection);
+  PlcConnection plc(options.connection);
   const InterruptScope interrupt;
-  session.connect();
+  plc.connect();
   const MemoryRange range{options.block == 0 ? "M" : "D", options.block, 0, options.bytes};
-  std::cerr << "reading " << described(range) << " of " << session.plc_name() << ", "
-            << options.count << " times\n";
+  std::cerr << "reading " << described(range) << " of " << plc.plc_name() << ", " << options.count
+            << " times\n";
   RoundTrips times;
   const auto interrupted = [&] { return interrupt.interrupted(); };
   for (unsigned i = 0; i < options.count && !interrupted(); ++i) {
-    if (i > 0) session.idle(std::chrono::milliseconds(options.interval), interrupted);
+    if (i > 0) plc.idle(std::chrono::milliseconds(options.interval), interrupted);
     const auto start = std::chrono::steady_clock::now();
-    session.read(range);
+    read_range(plc, range);
     times.add(std::chrono::steady_clock::now() - start);
   }
   std::cout << times.count() << " reads of " << range.size << " bytes: " << times.summary() << '\n';

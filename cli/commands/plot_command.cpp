@@ -25,7 +25,7 @@ struct PlotOptions {
 struct Curve {
   std::string name;
   bool steps;        // a BOOL
-  std::string data;  // a line a poll: seconds, value; an empty one where the curve is broken
+  std::string data;  // a line for each poll: seconds, value; an empty line interrupts the curve
 };
 
 double number_of(const PlcValue& value) {
@@ -64,7 +64,7 @@ class Curves final : public PollObserver {
     }
   }
 
-  void took(PollTime time, const std::vector<std::vector<PlcValue>>& values) override {
+  void on_values(PollTime time, const std::vector<std::vector<PlcValue>>& values) override {
     const double seconds = since_start(time);
     std::size_t curve = 0;
     for (const std::vector<PlcValue>& elements : values) {
@@ -78,10 +78,10 @@ class Curves final : public PollObserver {
     show_progress(seconds);
   }
 
-  void failed(PollTime time, const std::string& line) override {
+  void on_failure(PollTime time, const std::string& line) override {
     for (Curve& curve : curves_) curve.data += '\n';
     progress_.reset();
-    std::cerr << iso_time(time) << " outage: " << line << '\n';
+    std::cerr << iso_text_utc(time) << " outage: " << line << '\n';
   }
 
   [[nodiscard]] std::size_t samples() const { return samples_; }
@@ -116,14 +116,14 @@ class Curves final : public PollObserver {
   double shown_ = 0;  // seconds
 };
 
-// A text of gnuplot's in which nothing has a meaning of its own.
+// A text for gnuplot in quotes that keep every character as it is.
 std::string quoted(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? "''" : std::string(1, c);
   return quoted + "'";
 }
 
-// The kind of picture that a file's name asks for, as gnuplot knows it.
+// gnuplot's terminal for the picture that a file's name asks for.
 std::string picture_of(const std::string& file) {
   for (const char c : file) {
     if (static_cast<unsigned char>(c) < ' ') throw usage_error("a file's name on one line, please");
@@ -155,7 +155,7 @@ std::string gnuplot_script(const std::string& picture, const std::string& file,
   return script + plots + "\nset output\n";
 }
 
-// Runs gnuplot; without a script it only shows that it is there.
+// Runs gnuplot. With an empty script this only checks that there is one.
 void run_gnuplot(const std::string& script) {
   const std::optional<int> code = run_with_input("gnuplot", script);
   if (!code) {
@@ -167,14 +167,13 @@ void run_gnuplot(const std::string& script) {
   }
 }
 
-// The picture gets its name when it is whole. Its absolute path can't be taken for anything else.
+// Draws under another name and renames the picture when it is whole.
 void draw(const std::string& picture, const std::filesystem::path& file, const std::string& title,
           const std::vector<Curve>& curves) {
   std::filesystem::path part = file;
   part += ".part";
-  const std::u8string name = part.u8string();
   try {
-    run_gnuplot(gnuplot_script(picture, std::string(name.begin(), name.end()), title, curves));
+    run_gnuplot(gnuplot_script(picture, utf8_from_path(part), title, curves));
   } catch (const Failure&) {
     std::error_code none;
     std::filesystem::remove(part, none);
@@ -184,7 +183,7 @@ void draw(const std::string& picture, const std::filesystem::path& file, const s
 }
 
 void plot(const PlotOptions& options) {
-  // Whatever can be wrong is, before anything is sampled.
+  // Everything that can be wrong is checked before the sampling begins.
   const std::string picture = picture_of(options.output);
   const std::filesystem::path file = std::filesystem::absolute(path_from_utf8(options.output));
   if (!std::filesystem::is_directory(file.parent_path())) {
@@ -193,13 +192,13 @@ void plot(const PlotOptions& options) {
   const std::vector<PlcAddress> addresses = polled_addresses(options.poll);
   Curves curves(addresses);
   run_gnuplot("");
-  Session session(options.poll.connection);
-  session.connect();
+  PlcConnection plc(options.poll.connection);
+  plc.connect();
   curves.begin_progress(options.poll.duration);
-  poll(session, addresses, options.poll, curves);
+  poll(plc, addresses, options.poll, curves);
   curves.end_progress();
   if (curves.samples() == 0) throw Failure("interrupted before anything was sampled");
-  draw(picture, file, session.plc_name() + " from " + iso_time(curves.start()), curves.curves());
+  draw(picture, file, plc.plc_name() + " from " + iso_text_utc(curves.start()), curves.curves());
   std::cerr << curves.samples() << " samples, drawn in " << options.output << '\n';
 }
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
-#include "cli/plc/plc_access.h"
 #include "cli/plc/plc_value.h"
+#include "cli/plc/variables.h"
 #include "cli/text/bytes_as_text.h"
 
 namespace plexum::cli {
@@ -22,7 +22,7 @@ struct ReadOptions {
   bool value = false;
 };
 
-// Lines of 16 bytes, each with the number of its first byte and its printable characters.
+// Prints lines of 16 bytes, each with the number of its first byte and its printable characters.
 void print_dump(const PlcAddress& address, std::size_t width, const std::string& bytes) {
   constexpr std::size_t kLine = 16;
   for (std::size_t i = 0; i < bytes.size(); i += kLine) {
@@ -35,10 +35,11 @@ void print_dump(const PlcAddress& address, std::size_t width, const std::string&
   }
 }
 
-// Takes what is read of each address, and prints it in the form that was asked for.
-class Output {
+// Prints the values of each address in the form that the options ask for.
+class Printer {
  public:
-  Output(const ReadOptions& options, const std::vector<PlcAddress>& addresses) : options_(options) {
+  Printer(const ReadOptions& options, const std::vector<PlcAddress>& addresses)
+      : options_(options) {
     for (const PlcAddress& address : addresses) width_ = std::max(width_, address.text.size());
   }
 
@@ -53,21 +54,21 @@ class Output {
       raw.erase(std::remove(raw.begin(), raw.end(), ' '), raw.end());
       objects_.push_back({{"address", address.text},
                           {"type", name_of(address.type)},
-                          {"value", json_of(address, values)},
+                          {"value", json_of_all(address, values)},
                           {"raw", raw}});
       return;
     }
     if (!options_.value) {
       std::cout << std::left << std::setw(static_cast<int>(width_)) << address.text << "  ";
     }
-    std::cout << text_of(address, values) << '\n';
+    std::cout << text_of_all(address, values) << '\n';
   }
 
   void add_failure(const PlcAddress& address, const std::string& line) {
     if (options_.json) objects_.push_back({{"address", address.text}, {"error", line}});
   }
 
-  // JSON is complete only now: an array with one object a line.
+  // Prints the JSON array, one object on each line; other forms were printed before.
   void end() const {
     if (!options_.json) return;
     std::string text = "[";
@@ -83,17 +84,17 @@ class Output {
   std::vector<nlohmann::ordered_json> objects_;
 };
 
-// Reads every address, and tells of those that can't be read: they don't hide the others. Throws
-// when the PLC can't be reached any more.
-std::vector<Failure> read_all(Session& session, const std::vector<PlcAddress>& addresses,
-                              Output& output) {
+// Reads every address. One that can't be read is reported and doesn't stop the others. Throws when
+// the PLC can't be reached any more.
+std::vector<Failure> read_all(PlcConnection& plc, const std::vector<PlcAddress>& addresses,
+                              Printer& printer) {
   std::vector<Failure> failures;
   for (const PlcAddress& address : addresses) {
-    session.connect();
+    plc.connect();
     try {
-      output.add(address, read_bytes(session, address));
+      printer.add(address, read_bytes(plc, address));
     } catch (const Failure& failure) {
-      output.add_failure(address, failure.what());
+      printer.add_failure(address, failure.what());
       if (addresses.size() > 1) report(failure);
       failures.push_back(failure);
     }
@@ -107,17 +108,17 @@ void read(const ReadOptions& options) {
     addresses.push_back(parse_address(text));
     require_readable(addresses.back());
   }
-  Session session(options.connection);
-  session.connect();
-  Output output(options, addresses);
+  PlcConnection plc(options.connection);
+  plc.connect();
+  Printer printer(options, addresses);
   std::vector<Failure> failures;
   try {
-    failures = read_all(session, addresses, output);
+    failures = read_all(plc, addresses, printer);
   } catch (const Failure&) {
-    output.end();
+    printer.end();
     throw;
   }
-  output.end();
+  printer.end();
   if (failures.empty()) return;
   if (addresses.size() == 1) throw Failure(failures.front());
   throw Failure(std::to_string(failures.size()) + " of " + std::to_string(addresses.size()) +

@@ -5,7 +5,7 @@
 
 namespace plexum::cli {
 
-// What the program says of itself, read off its commands when all of them are there.
+// The callbacks run when all commands have been added, so they see all of them.
 void add_self_commands(CLI::App& program) {
   CLI::App& completion =
       *program.add_subcommand("completion", "Prints the completion of commands and options");

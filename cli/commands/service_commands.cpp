@@ -20,31 +20,31 @@ struct ServiceOptions {
 
 using Service = Value (PlexumLink::*)();
 
-// A service that the PLC refuses looks like one that it carries out.
-void request(Session& session, const std::string& what, Service service) {
-  session.run(what, Step::kService, [&](PlexumLink& link) { return (link.*service)(); });
+// The control reports a refused service as done, so callers look for its effect.
+void request(PlcConnection& plc, const std::string& what, Service service) {
+  plc.run(what, JobKind::kService, [&](PlexumLink& link) { return (link.*service)(); });
 }
 
 // Starts or stops the CPU.
 void change_mode(const ServiceOptions& options, RunMode wanted, const std::string& verb,
                  Service service) {
-  Session session(options.connection);
-  session.connect();
-  if (read_mode(session) == wanted) {
+  PlcConnection plc(options.connection);
+  plc.connect();
+  if (read_mode(plc) == wanted) {
     std::cout << "nothing to do: the CPU is in " << name_of(wanted) << " already\n";
     return;
   }
-  const std::string what = verb + " the CPU of " + session.plc_name();
+  const std::string what = verb + " the CPU of " + plc.plc_name();
   ask_before(what, options.yes);
-  request(session, what, service);
+  request(plc, what, service);
 
   constexpr std::chrono::milliseconds kPause{100};
   const InterruptScope interrupt;
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(options.wait);
-  RunMode mode = read_mode(session);
+  RunMode mode = read_mode(plc);
   while (mode != wanted && std::chrono::steady_clock::now() < end && !interrupt.interrupted()) {
-    session.idle(kPause);
-    mode = read_mode(session);
+    plc.idle(kPause);
+    mode = read_mode(plc);
   }
   if (mode != wanted) {
     throw Failure(what + ": the PLC answered, but its run mode is " + name_of(mode) +
@@ -61,23 +61,24 @@ void stop(const ServiceOptions& options) {
   change_mode(options, RunMode::kStop, "stop", &PlexumLink::pg_plcstop);
 }
 
-// Blocks of the user's program; what a CPU keeps of its system data is its own matter.
-std::size_t count_of_program(Session& session) {
+// Counts the blocks of the user's program. System data blocks don't count: a CPU keeps some of them
+// when it is erased.
+std::size_t count_of_program(PlcConnection& plc) {
   std::size_t count = 0;
   for (const char* const type : {"OB", "FB", "FC", "DB"}) {
-    count += list_blocks(session, block_type(type)).numbers.size();
+    count += list_blocks(plc, block_type(type)).numbers.size();
   }
   return count;
 }
 
 void erase(const ServiceOptions& options) {
-  Session session(options.connection);
-  session.connect();
-  const std::size_t before = count_of_program(session);
-  const std::string what = "erase the memory of " + session.plc_name();
+  PlcConnection plc(options.connection);
+  plc.connect();
+  const std::size_t before = count_of_program(plc);
+  const std::string what = "erase the memory of " + plc.plc_name();
   ask_before(what + ", with " + std::to_string(before) + " blocks", options.yes);
-  request(session, what, &PlexumLink::pg_plcErase);
-  const std::size_t after = count_of_program(session);
+  request(plc, what, &PlexumLink::pg_plcErase);
+  const std::size_t after = count_of_program(plc);
   if (after > 0) {
     throw Failure(what + ": the PLC answered, but still lists " + std::to_string(after) +
                   " blocks; it has refused");
@@ -87,13 +88,13 @@ void erase(const ServiceOptions& options) {
                              "erased\n");
 }
 
-// What shows no effect that could be read.
+// Requests a service whose effect can't be read from the PLC.
 void request_blindly(const ServiceOptions& options, const std::string& verb, Service service) {
-  Session session(options.connection);
-  session.connect();
-  const std::string what = verb + " of " + session.plc_name();
+  PlcConnection plc(options.connection);
+  plc.connect();
+  const std::string what = verb + " of " + plc.plc_name();
   ask_before(what, options.yes);
-  request(session, what, service);
+  request(plc, what, service);
   std::cout << "the PLC answered; whether it did it or refused can't be seen\n";
 }
 

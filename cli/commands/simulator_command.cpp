@@ -12,7 +12,7 @@
 namespace plexum::cli {
 namespace {
 
-// Reads texts by one of the simulator's own parsers, whose complaints are for users.
+// Parses texts by one of the simulator's parsers. Their errors are shown to the user as they are.
 template <typename Parse>
 void parse_each(const std::vector<std::string>& texts, Parse parse) {
   for (const std::string& text : texts) {

@@ -33,12 +33,13 @@ std::string lamps_as_text(const LampList& list) {
   return text;
 }
 
-// One thing to know of a PLC; a PLC that doesn't tell it still tells the others.
+// Collects what a PLC tells of itself. A part that it doesn't tell doesn't stop the others.
 class Report {
  public:
   explicit Report(bool json) : json_(json) {}
 
-  // `part` reads, and returns the line for people; what it puts into the object is for programs.
+  // `part` asks the PLC. It returns the line for people, and puts values for programs into the
+  // object.
   void add(const char* title, const std::function<std::string(Json&)>& part) {
     std::string line;
     try {
@@ -53,7 +54,7 @@ class Report {
     }
   }
 
-  // Throws the first thing that could not be had, if any.
+  // Throws the first failure, if there was one, and prints the others.
   void end() {
     if (json_) {
       found_["problems"] = problems_;
@@ -72,32 +73,32 @@ class Report {
 };
 
 void info(const StateOptions& options) {
-  Session session(options.connection);
-  session.connect();
+  PlcConnection plc(options.connection);
+  plc.connect();
   Report report(options.json);
   report.add("PLC", [&](Json& found) {
-    found["plc"] = session.plc_name();
-    return session.plc_name();
+    found["plc"] = plc.plc_name();
+    return plc.plc_name();
   });
   report.add("Mode", [&](Json& found) {
-    const char* const mode = name_of(read_mode(session));
+    const char* const mode = name_of(read_mode(plc));
     found["mode"] = mode;
     return mode;
   });
   report.add("Lamps", [&](Json& found) {
-    const LampList list = read_lamps(session);
+    const LampList list = read_lamps(plc);
     found["lamps"] = lamps_as_json(list);
     return lamps_as_text(list);
   });
   report.add("Clock", [&](Json& found) {
-    const PlcTime time = read_clock(session);
+    const PlcTime time = read_clock(plc);
     found["clock"] = iso_text(time);
     return iso_text(time) + ", " + weekday_name(time);
   });
   report.add("Blocks", [&](Json& found) {
     Json blocks = Json::object();
     std::string line;
-    for (const BlockList& list : list_all_blocks(session)) {
+    for (const BlockList& list : list_all_blocks(plc)) {
       blocks[list.type->name] = {{"count", list.numbers.size()},
                                  {"may_be_incomplete", list.may_be_cut}};
       line += (line.empty() ? "" : ", ") + std::string(list.type->name) + " " +
@@ -110,9 +111,9 @@ void info(const StateOptions& options) {
 }
 
 void show_mode(const StateOptions& options) {
-  Session session(options.connection);
-  const ModeByte byte = read_mode_byte(session);
-  const RunMode mode = byte.mode() == RunMode::kUnknown ? read_lamps(session).mode() : byte.mode();
+  PlcConnection plc(options.connection);
+  const ModeByte byte = read_mode_byte(plc);
+  const RunMode mode = byte.mode() == RunMode::kUnknown ? read_lamps(plc).mode() : byte.mode();
   if (options.json) {
     std::cout << Json{{"mode", name_of(mode)}, {"byte", byte.value}, {"bits", byte.bits()}}.dump()
               << '\n';
@@ -122,8 +123,8 @@ void show_mode(const StateOptions& options) {
 }
 
 void show_lamps(const StateOptions& options) {
-  Session session(options.connection);
-  const LampList list = read_lamps(session);
+  PlcConnection plc(options.connection);
+  const LampList list = read_lamps(plc);
   if (options.json) {
     std::cout << Json{{"list", "0119"},
                       {"bytes", hex_dump(list.bytes)},

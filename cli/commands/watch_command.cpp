@@ -19,7 +19,7 @@ std::string seconds_text(std::chrono::system_clock::duration duration) {
   return text;
 }
 
-// The values of all polls as texts, with those that differ from the poll before.
+// The values of the last poll as texts, and whether they differ from those of the poll before.
 class Changes {
  public:
   explicit Changes(const std::vector<PlcAddress>& addresses) : addresses_(addresses) {}
@@ -30,11 +30,11 @@ class Changes {
     bool changed = true;
   };
 
-  // The first poll changes everything.
+  // After the first poll every value counts as changed.
   const std::vector<Entry>& take(const Values& values) {
     entries_.resize(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
-      const std::string text = text_of(addresses_[i], values[i]);
+      const std::string text = text_of_all(addresses_[i], values[i]);
       const bool changed = entries_[i].address.empty() || entries_[i].value != text;
       entries_[i] = {addresses_[i].text, text, changed};
     }
@@ -48,29 +48,29 @@ class Changes {
   std::vector<Entry> entries_;
 };
 
-// A line a change on standard output; outages on standard error.
+// Prints a line for each change on standard output, and outages on standard error.
 class ChangeLog final : public PollObserver {
  public:
   explicit ChangeLog(const std::vector<PlcAddress>& addresses) : changes_(addresses) {}
 
-  void took(PollTime time, const Values& values) override {
+  void on_values(PollTime time, const Values& values) override {
     if (lost_) {
-      std::cerr << iso_time(time) << " connected again after " << seconds_text(time - *lost_)
+      std::cerr << iso_text_utc(time) << " connected again after " << seconds_text(time - *lost_)
                 << '\n';
       lost_.reset();
     }
     for (const Changes::Entry& entry : changes_.take(values)) {
       if (entry.changed) {
-        std::cout << iso_time(time) << ' ' << entry.address << ' ' << entry.value << '\n';
+        std::cout << iso_text_utc(time) << ' ' << entry.address << ' ' << entry.value << '\n';
       }
     }
     std::cout.flush();
   }
 
-  void failed(PollTime time, const std::string& line) override {
+  void on_failure(PollTime time, const std::string& line) override {
     if (lost_) return;
     lost_ = time;
-    std::cerr << iso_time(time) << " outage: " << line << '\n';
+    std::cerr << iso_text_utc(time) << " outage: " << line << '\n';
   }
 
  private:
@@ -88,8 +88,8 @@ std::string fitted(const std::string& text, std::size_t width) {
   return text;
 }
 
-// The present values on a terminal, a line a variable, painted over with every poll. The value that
-// has just changed is shown inverted.
+// Shows the present values on a terminal, one line for each variable, and paints over them with
+// every poll. A value that has just changed is inverted.
 class Screen final : public PollObserver {
  public:
   Screen(const std::vector<PlcAddress>& addresses, std::string plc, unsigned interval)
@@ -103,14 +103,14 @@ class Screen final : public PollObserver {
 
   ~Screen() override { std::cout << "\x1B[?25h" << std::flush; }
 
-  void took(PollTime time, const Values& values) override {
+  void on_values(PollTime time, const Values& values) override {
     ++polls_;
     lost_.reset();
     changes_.take(values);
     paint(time, "");
   }
 
-  void failed(PollTime time, const std::string& line) override {
+  void on_failure(PollTime time, const std::string& line) override {
     ++polls_;
     ++failures_;
     if (!lost_) lost_ = time;
@@ -124,7 +124,7 @@ class Screen final : public PollObserver {
     width_ = terminal_width(Stream::kOutput) - 1;
     if (lines_ > 0) std::cout << "\x1B[" << lines_ << "A\r";
     lines_ = 0;
-    line(title_ + "   " + iso_time(time).substr(11, 8) + " UTC   " + std::to_string(polls_) +
+    line(title_ + "   " + iso_text_utc(time).substr(11, 8) + " UTC   " + std::to_string(polls_) +
              " polls, " + std::to_string(failures_) + " failed",
          "");
     const std::vector<Changes::Entry>& entries = changes_.entries();
@@ -144,7 +144,7 @@ class Screen final : public PollObserver {
     std::cout << std::flush;
   }
 
-  // One line: a part as it is, and one in the colour that a sequence begins.
+  // Prints a line: first a part without colour, then one in the colour of the escape sequence.
   void line(const std::string& plain, const std::string& coloured, const std::string& colour = "") {
     const std::string first = fitted(plain, width_);
     std::cout << first << (coloured.empty() ? "" : colour)
@@ -165,15 +165,15 @@ class Screen final : public PollObserver {
 
 void watch(const PollOptions& options) {
   const std::vector<PlcAddress> addresses = polled_addresses(options);
-  Session session(options.connection);
-  session.connect();
+  PlcConnection plc(options.connection);
+  plc.connect();
   std::unique_ptr<PollObserver> observer;
   if (may_animate(Stream::kOutput)) {
-    observer = std::make_unique<Screen>(addresses, session.plc_name(), options.interval);
+    observer = std::make_unique<Screen>(addresses, plc.plc_name(), options.interval);
   } else {
     observer = std::make_unique<ChangeLog>(addresses);
   }
-  poll(session, addresses, options, *observer);
+  poll(plc, addresses, options, *observer);
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
-#include "cli/plc/plc_access.h"
 #include "cli/plc/plc_value.h"
+#include "cli/plc/variables.h"
 #include "cli/system/terminal.h"
 
 namespace plexum::cli {
@@ -19,11 +19,6 @@ struct WriteOptions {
   ConnectionOptions connection;
   bool verify = false;
   bool yes = false;
-};
-
-struct Assignment {
-  PlcAddress address;
-  std::vector<PlcValue> values;
 };
 
 // The elements of a JSON array, as texts.
@@ -49,8 +44,8 @@ std::vector<std::string> comma_elements(const std::string& text) {
   return elements;
 }
 
-// Takes an address's values from the front of the arguments: one; for an array as many as it has,
-// or one argument with all of them, in JSON or with commas.
+// Takes assignments from the front of the arguments: an address, then its value. An array takes as
+// many values as it has elements, or one argument with all of them, in JSON or with commas.
 class Arguments {
  public:
   explicit Arguments(const std::vector<std::string>& texts)
@@ -90,73 +85,18 @@ class Arguments {
   std::vector<std::string>::const_iterator next_, end_;
 };
 
-// The first byte of a string of an array.
-MemoryRange place_of_string(const PlcAddress& address, std::size_t index) {
-  MemoryRange place = address.range;
-  place.size = kStringHeader;
-  place.start += static_cast<std::uint32_t>(index) * (kStringHeader + address.max_length);
-  return place;
-}
-
-// The PLC's own maximum length of each string decides, and stays as it is.
-void check_strings(Session& session, const Assignment& assignment) {
-  for (std::size_t i = 0; i < assignment.values.size(); ++i) {
-    const std::string header = session.read(place_of_string(assignment.address, i));
-    const std::size_t room = static_cast<unsigned char>(header[0]);
-    const std::size_t length = std::get<std::string>(assignment.values[i]).size();
-    if (length <= room) continue;
-    throw usage_error(assignment.address.text + ": a text of " + std::to_string(length) +
-                      " doesn't fit the PLC's STRING[" + std::to_string(room) + "]");
-  }
-}
-
-void write(Session& session, const Assignment& assignment) {
-  const PlcAddress& address = assignment.address;
-  MemoryRange place = address.range;
-  switch (address.type) {
-    case PlcType::kBool:
-      place.size = 1;
-      for (std::size_t i = 0; i < assignment.values.size(); ++i) {
-        const auto bit = address.bit + static_cast<unsigned>(i);
-        place.start = address.range.start + bit / 8;
-        session.write_bit(place, bit % 8, std::get<bool>(assignment.values[i]));
-      }
-      break;
-    case PlcType::kString:
-      for (std::size_t i = 0; i < assignment.values.size(); ++i) {
-        const std::string bytes = bytes_of(address.type, assignment.values[i]);
-        place.start = place_of_string(address, i).start + 1;  // behind the maximum length
-        place.size = static_cast<std::uint32_t>(bytes.size());
-        session.write(place, bytes);
-      }
-      break;
-    default:
-      std::string bytes;
-      for (const PlcValue& value : assignment.values) bytes += bytes_of(address.type, value);
-      session.write(place, bytes);
-  }
-}
-
-void verify(Session& session, const Assignment& assignment) {
-  const PlcAddress& address = assignment.address;
-  const std::string found = text_of(address, values_of(address, read_bytes(session, address)));
-  if (found == text_of(address, assignment.values)) return;
-  throw Failure("verifying " + address.text + ": the PLC holds " + found +
-                " now; its program may write it, too");
-}
-
-void ask_for_outputs(const Session& session, const std::vector<Assignment>& assignments, bool yes) {
+void ask_for_outputs(const PlcConnection& plc, const std::vector<Assignment>& assignments,
+                     bool yes) {
   std::string outputs;
   for (const Assignment& assignment : assignments) {
     if (assignment.address.output)
       outputs += (outputs.empty() ? "" : ", ") + assignment.address.text;
   }
-  if (!outputs.empty())
-    ask_before("write the outputs " + outputs + " of " + session.plc_name(), yes);
+  if (!outputs.empty()) ask_before("write the outputs " + outputs + " of " + plc.plc_name(), yes);
 }
 
-// Nothing is written before all arguments, and the room of all strings, are known to be right. The
-// first failure ends it, as a later value may rely on an earlier one.
+// Checks all arguments, and the room of all strings, before it writes anything. It stops at the
+// first failure, because a later value may rely on an earlier one.
 void write_all(const WriteOptions& options, const std::vector<std::string>& pairs) {
   if (pairs.empty())
     throw usage_error("give addresses and values, as in MW20 5; see plexum write --help");
@@ -165,24 +105,25 @@ void write_all(const WriteOptions& options, const std::vector<std::string>& pair
     assignments.push_back(arguments.take_assignment());
     if (options.verify) require_readable(assignments.back().address);
   }
-  Session session(options.connection);
-  ask_for_outputs(session, assignments, options.yes);
-  session.connect();
+  PlcConnection plc(options.connection);
+  ask_for_outputs(plc, assignments, options.yes);
+  plc.connect();
   for (const Assignment& assignment : assignments) {
-    if (assignment.address.type == PlcType::kString) check_strings(session, assignment);
+    if (assignment.address.type == PlcType::kString) check_strings(plc, assignment);
   }
   for (std::size_t i = 0; i < assignments.size(); ++i) {
     const Assignment& assignment = assignments[i];
     try {
-      write(session, assignment);
-      if (options.verify) verify(session, assignment);
+      write_values(plc, assignment);
+      if (options.verify) verify_values(plc, assignment);
     } catch (const Failure& failure) {
       const std::size_t left = assignments.size() - i - 1;
       if (left == 0) throw;
       throw Failure(failure.what() + ("; the " + std::to_string(left)) + " behind it: not written",
                     failure.code());
     }
-    std::cout << assignment.address.text << "  " << text_of(assignment.address, assignment.values)
+    std::cout << assignment.address.text << "  "
+              << text_of_all(assignment.address, assignment.values)
               << (options.verify ? "  verified\n" : "\n");
   }
 }
@@ -205,8 +146,8 @@ void add_write_command(CLI::App& program) {
   command.add_flag("--verify", options->verify, "Reads back what was written, and compares");
   add_yes_option(command, options->yes);
   add_connection_options(command, options->connection);
-  // No positional option of the parser: it would take [1,2] apart, and -.5 for an option.
-  // With -h for help alone, a text may begin with it.
+  // The arguments are no positional option of the parser: it would split [1,2] and take -.5 for an
+  // option. -h is the help only where it stands alone, so that a value may begin with it.
   command.set_help_flag("--help", "Print this help message and exit");
   command.allow_extras();
   command.callback([options, &command] {

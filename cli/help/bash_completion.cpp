@@ -3,7 +3,8 @@
 namespace plexum::cli {
 namespace {
 
-// One case for the words so far: what may follow them, and which options take what as a value.
+// Adds the case of one command: which words may follow it, and which of its options take a file or
+// another value.
 void add_case(std::string& cases, const CLI::App& command) {
   std::string words;
   std::string files;
@@ -32,7 +33,8 @@ std::string bash_completion(const CLI::App& program) {
   const std::string& name = program.get_name();
   std::string cases;
   add_case(cases, program);
-  // Words that name commands lead down the tree; others (options, values) don't.
+  // The script follows the words of the line down the tree of commands, and passes over those that
+  // name none (options and values).
   return "# Completes the commands and options of " + name + " in bash.\n_" + name + R"(_words() {
   words= files= values= paths=
   case "$1" in

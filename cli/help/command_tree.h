@@ -6,13 +6,13 @@
 
 namespace plexum::cli {
 
-// What the help, the completion and the manual page read off the commands.
+// Looks through the commands, for the completion and the manual page.
 
 // The commands below `command`, in their order.
 std::vector<const CLI::App*> commands_below(const CLI::App& command);
 // The words that call it: "plexum blocks list".
 std::string path_of(const CLI::App& command);
-// The names of its options, "-y" and "--yes", the positional ones left out.
+// Its options with a name ("--yes"), and those that are told by their position.
 std::vector<const CLI::Option*> named_options(const CLI::App& command);
 std::vector<const CLI::Option*> positional_options(const CLI::App& command);
 

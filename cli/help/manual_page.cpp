@@ -7,7 +7,8 @@ namespace {
 
 constexpr const char* kSharedGroup = "Connection";  // the same options in most commands
 
-// Text for roff: its escape character, and the characters that it would print as others.
+// A text for roff. A backslash, and a point or quote at the start of a line, mean something to it,
+// and it would print a hyphen for a minus.
 std::string plain(const std::string& text) {
   std::string escaped;
   bool at_start = true;
@@ -62,7 +63,7 @@ void add_command(std::string& page, const CLI::App& command) {
   for (const CLI::App* const below : commands_below(command)) add_command(page, *below);
 }
 
-// The first command that has them stands for all.
+// The options that most commands have, each once.
 void add_shared_options(std::string& page, const CLI::App& program) {
   std::set<std::string> seen;
   page += ".SH CONNECTION\nFor every command that talks to a PLC.\n";

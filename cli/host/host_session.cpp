@@ -15,7 +15,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A line that is no request; what() tells its writer why.
+// Thrown for a line that is no request; what() says why.
 struct BadRequest : std::runtime_error {
   using runtime_error::runtime_error;
 };
@@ -50,7 +50,7 @@ struct Encoder {
 };
 
 Json encoded(const Value& value) {
-  // As the variant that it is: std::visit of this library knows no derived ones.
+  // std::visit of this standard library doesn't take classes derived from std::variant.
   return std::visit(Encoder{}, static_cast<const Value::variant&>(value));
 }
 
@@ -62,8 +62,8 @@ std::string decoded(const Json& argument, ArgumentKind kind) {
   return kind == ArgumentKind::kBytes ? *bytes : text;
 }
 
-// The value of a "set", as the property's type. A number beyond that type is a run-time error, as
-// it is for any host.
+// The value of a "set" as the property's type. A number outside that type's range is a run-time
+// error, as in any host.
 Value decoded_as(const Value& type, const Json& value) {
   if (std::holds_alternative<std::string>(type) && value.is_string()) {
     return value.get<std::string>();
@@ -82,7 +82,7 @@ const std::string& name_in(const Json& request, const char* key) {
   return name.get_ref<const std::string&>();
 }
 
-// What a request brought about.
+// The outcome of a request.
 struct Reply {
   Json outcome;  // "result" and "type", or "error"
   Json arguments = Json::array();
@@ -139,7 +139,7 @@ const Property& property_in(const Json& request, const char* key) {
 
 Reply get(const PlexumLink& link, const Json& request) {
   const Value value = property_in(request, "get").get(link);
-  // A text is UTF-8 already.
+  // Property texts are UTF-8, not bytes.
   const auto* const text = std::get_if<std::string>(&value);
   return {{{"result", text != nullptr ? Json(*text) : encoded(value)}, {"type", type_name(value)}}};
 }
@@ -183,7 +183,7 @@ std::string HostSession::reply_to(std::string_view line) {
     return json.dump();
   } catch (const std::exception& error) {
     const Json json = {{"error", {{"number", 0}, {"text", error.what()}}}};
-    // A text may quote bytes of the line that are no UTF-8.
+    // The error's text may quote bytes that are no UTF-8.
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
   }
 }

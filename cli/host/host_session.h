@@ -13,12 +13,12 @@ namespace plexum::cli {
 // {"set":NAME,"value":V}. Byte strings are JSON strings of U+0000 to U+00FF.
 class HostSession {
  public:
-  // Both must outlive the session; the link's message boxes go through `environment`.
+  // Both must outlive the session. `environment` is the one that `link` was made with.
   HostSession(PlexumLink& link, CommandEnvironment& environment);
 
-  // The reply to one request, a JSON object on one line: the result, or the run-time error, with
-  // the arguments as the call left them, the state afterwards and the message boxes shown. A line
-  // that is no request gets an error with number 0.
+  // The reply to one request, a JSON object on one line. It has the result or the run-time error,
+  // the arguments as the call left them, the state afterwards and the message boxes that were
+  // shown. A line that is no request gets an error with number 0.
   std::string reply_to(std::string_view line);
 
  private:

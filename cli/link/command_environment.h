@@ -8,8 +8,8 @@
 
 namespace plexum::cli {
 
-// A host environment whose message boxes go where the command wants them: to `on_message_box`,
-// which writes them to standard error until it is set.
+// A host environment that gives message boxes to `on_message_box`. Until a command sets that, they
+// are written to standard error.
 class CommandEnvironment final : public HostEnvironment {
  public:
   // `inner` must outlive it.

@@ -8,8 +8,9 @@ namespace {
 // The rack stands in the upper three bits of the TSAP's second byte, the slot in the lower five.
 constexpr unsigned kSlotsARack = 32;
 
-// The control reads the decimal digits of a TSAP text as hexadecimal ones: 22 gives 0x22. 0x?A is
-// reached through its rounding: 29.5 counts as 30, but as two tens. 0x?B to 0x?F are out of reach.
+// The control takes the decimal digits of a TSAP text for hexadecimal ones: 22 gives 0x22. It
+// rounds the number for the ones, but cuts it for the tens: 29.5 gives two tens and ten ones, so
+// 0x2A. No text gives 0x?B to 0x?F.
 std::string tsap_part(unsigned byte) {
   const unsigned tens = byte / 16 * 10;
   const unsigned ones = byte % 16;

@@ -15,9 +15,9 @@ struct ConnectionOptions {
   unsigned rack = 0;
   unsigned slot = 2;
   char connection_kind = '1';  // first part of the PLC's TSAP: 1 PG, 2 OP, 3 basic
-  std::int32_t tzeit = 1000;   // time-out of every wait, in slices of a millisecond or more
+  std::int32_t tzeit = 1000;   // time-out of every wait, in slices of at least a millisecond
   unsigned pdu = 240;          // that the PLC grants, in bytes
-  bool simulated = false;      // an own simulated PLC in the process
+  bool simulated = false;      // start a simulated PLC in this process and connect to it
   bool trace = false;          // each telegram as an annotated dump on standard error
   std::string capture_path;    // empty: no capture
 
@@ -26,7 +26,7 @@ struct ConnectionOptions {
   [[nodiscard]] std::string called_tsap() const;
 };
 
-// Adds the options, with the environment variables that stand for them.
+// Adds the options. Some can also be set by environment variables.
 void add_connection_options(CLI::App& command, ConnectionOptions& options);
 
 // --pcap alone, for commands that don't connect to the user's PLC.

@@ -20,8 +20,8 @@ class LocalPlatform {
   TcpClient& tcp_client();
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  struct System;
+  std::unique_ptr<System> system_;
 };
 
 }  // namespace plexum::cli

@@ -18,17 +18,17 @@ class PlainNumbers final : public windows::WindowsHostEnvironment {
 
 }  // namespace
 
-struct LocalPlatform::Parts {
+struct LocalPlatform::System {
   PlainNumbers environment;
   windows::BuiltInTcpClient tcp_client;
 };
 
-LocalPlatform::LocalPlatform() : parts_(std::make_unique<Parts>()) {}
+LocalPlatform::LocalPlatform() : system_(std::make_unique<System>()) {}
 
 LocalPlatform::~LocalPlatform() = default;
 
-HostEnvironment& LocalPlatform::environment() { return parts_->environment; }
+HostEnvironment& LocalPlatform::environment() { return system_->environment; }
 
-TcpClient& LocalPlatform::tcp_client() { return parts_->tcp_client; }
+TcpClient& LocalPlatform::tcp_client() { return system_->tcp_client; }
 
 }  // namespace plexum::cli

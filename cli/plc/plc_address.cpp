@@ -12,10 +12,10 @@ namespace {
 struct TypeName {
   PlcType type;
   const char* name;
-  char size;  // the letter of addresses that hold it; 0 for the type of an area of its own
+  char size;  // the letter of its size in an address; 0 for the types of timers and counters
 };
 
-// The first of a letter is what an address means without a type.
+// An address without a type has the first type in this table that has its letter.
 constexpr TypeName kTypes[] = {
     {PlcType::kBool, "BOOL", 'X'},     {PlcType::kByte, "BYTE", 'B'},
     {PlcType::kChar, "CHAR", 'B'},     {PlcType::kString, "STRING", 'B'},
@@ -51,10 +51,10 @@ constexpr unsigned kMostBytes = 65536;
 constexpr unsigned kMostNumbered = 2048;  // timers or counters
 constexpr unsigned kLongestString = 254;
 
-// The parts of an address that std::regex found.
-class Parts {
+// The parts of an address, found by a regular expression.
+class AddressParts {
  public:
-  explicit Parts(const std::string& capitals) {
+  explicit AddressParts(const std::string& capitals) {
     static const std::regex kForm(
         "%?(?:D([BI])([0-9]{1,5})\\.D\\1|(P[IEQA]|[MIEQALTCZ]))([XBWD]?)([0-9]{1,7})"
         "(?:\\.([0-9]{1,5}))?(?:\\[([0-9]{1,5})\\])?(?::([A-Z0-9]+)(?:\\[([0-9]{1,5})\\])?)?");
@@ -71,7 +71,7 @@ class Parts {
   [[nodiscard]] std::optional<unsigned> count() const { return number(7); }
   [[nodiscard]] std::string type() const { return match_[8]; }
   [[nodiscard]] std::optional<unsigned> type_count() const { return number(9); }
-  // "DB10.DB", "M": what precedes the letter of the size.
+  // What stands before the letter of the size: "DB10.DB", "M".
   [[nodiscard]] std::string place() const {
     const std::string letter = match_[1];
     return letter.empty() ? area() : "D" + letter + match_[2].str() + ".D" + letter;
@@ -90,7 +90,7 @@ class Parts {
 // Builds an address from its parts; each member checks one of them.
 class Builder {
  public:
-  Builder(const std::string& capitals, const Parts& parts) : parts_(parts) {
+  Builder(const std::string& capitals, const AddressParts& parts) : parts_(parts) {
     address_.text = capitals;
     address_.range.name = capitals;
   }
@@ -114,7 +114,7 @@ class Builder {
     return parts_.place() + size + std::to_string(parts_.start()) + rest;
   }
 
-  // In the block areas bits have their letter, elsewhere none.
+  // A bit as an address: in blocks it has the letter X, elsewhere none.
   [[nodiscard]] std::string bit_at(unsigned bit) const {
     return parts_.place() + (parts_.block() ? "X" : "") + std::to_string(parts_.start()) + "." +
            std::to_string(bit);
@@ -193,7 +193,7 @@ class Builder {
     address_.bit = bit.value_or(0);
   }
 
-  // The number behind a type is the room of a STRING; of any other type it is the count, too.
+  // A number behind the type: of a STRING its room, of other types the count, as in MW20:INT[8].
   void take_count() {
     std::optional<unsigned> count = parts_.count();
     if (const std::optional<unsigned> behind = parts_.type_count()) {
@@ -245,7 +245,7 @@ class Builder {
     }
   }
 
-  const Parts& parts_;
+  const AddressParts& parts_;
   char size_ = 0;
   PlcAddress address_;
 };
@@ -267,7 +267,7 @@ const char* name_of(PlcType type) {
 
 PlcAddress parse_address(const std::string& text) {
   const std::string capitals = in_capitals(text);
-  const Parts parts(capitals);
+  const AddressParts parts(capitals);
   if (!parts.found()) {
     throw usage_error("\"" + text +
                       "\" is no address; write one such as DB10.DBW4, DB10.DBX0.3, DB10.DBD8:REAL, "

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "cli/link/session.h"
+#include "cli/plc/memory_range.h"
 
 namespace plexum::cli {
 
@@ -41,18 +41,18 @@ struct PlcAddress {
   unsigned bit = 0;    // of a BOOL, in the range's first byte
   unsigned count = 1;  // elements
   bool array = false;  // whether a count was given, be it 1
-  // The room of a STRING; 0 when it wasn't given, so that the PLC has to be asked: `range` then is
-  // the two bytes before the characters alone.
+  // The room of a STRING, in characters. 0 when it wasn't given: then `range` is only the two bytes
+  // before the characters, and the PLC has to be asked for the length.
   unsigned max_length = 0;
 
-  // Outputs move machines: the process image of the outputs, and peripheral outputs.
+  // Whether it is an output, which moves machines: process image or periphery.
   bool output = false;
   bool readable = true;  // peripheral outputs are not
   bool writable = true;  // timers and counters are not, nor peripheral inputs
 };
 
-// Throws a usage error with a right example for anything else, and for what the control can't
-// address.
+// Throws a usage error, with a right example, for a text that is no address, and for an address
+// that the control can't encode.
 PlcAddress parse_address(const std::string& text);
 
 // Throw a usage error that gives the reason unless the address can be read or written.

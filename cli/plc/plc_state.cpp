@@ -102,9 +102,9 @@ RunMode LampList::mode() const {
   return lit(kStopLamp) != lamps.end() ? RunMode::kStop : RunMode::kUnknown;
 }
 
-ModeByte read_mode_byte(Session& session) {
-  const Value bits = session.run("reading the run mode", Step::kQuery,
-                                 [](PlexumLink& link) { return link.pg_plcRunMode(); });
+ModeByte read_mode_byte(PlcConnection& plc) {
+  const Value bits = plc.run("reading the run mode", JobKind::kQuery,
+                             [](PlexumLink& link) { return link.pg_plcRunMode(); });
   ModeByte byte;
   if (const auto* array = std::get_if<VariantArray>(&bits)) {
     for (std::size_t bit = 0; bit < array->elements.size(); ++bit) {
@@ -115,9 +115,9 @@ ModeByte read_mode_byte(Session& session) {
   return byte;
 }
 
-LampList read_lamps(Session& session) {
-  const Value result = session.run("reading the lamps", Step::kQuery,
-                                   [](PlexumLink& link) { return link.pg_SZL(); });
+LampList read_lamps(PlcConnection& plc) {
+  const Value result =
+      plc.run("reading the lamps", JobKind::kQuery, [](PlexumLink& link) { return link.pg_SZL(); });
   LampList list;
   if (const auto* array = std::get_if<VariantArray>(&result)) {
     for (const Value& element : array->elements) {
@@ -128,9 +128,9 @@ LampList read_lamps(Session& session) {
   return list;
 }
 
-RunMode read_mode(Session& session) {
-  const RunMode mode = read_mode_byte(session).mode();
-  return mode == RunMode::kUnknown ? read_lamps(session).mode() : mode;
+RunMode read_mode(PlcConnection& plc) {
+  const RunMode mode = read_mode_byte(plc).mode();
+  return mode == RunMode::kUnknown ? read_lamps(plc).mode() : mode;
 }
 
 }  // namespace plexum::cli

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/link/session.h"
+#include "cli/link/plc_connection.h"
 
 namespace plexum::cli {
 
@@ -13,8 +13,8 @@ enum class RunMode : std::uint8_t { kUnknown, kStop, kStartUp, kRun };
 // "RUN", "STOP", "STARTUP", "unknown".
 const char* name_of(RunMode mode);
 
-// The byte of state list 0x0424 that the control gives the bits of: the low byte of the event that
-// brought the CPU into its mode.
+// One byte of state list 0x0424: the low byte of the event id of the CPU's last change of mode. The
+// control gives the bits of this byte.
 struct ModeByte {
   std::uint8_t value = 0;
 
@@ -30,7 +30,7 @@ struct Lamp {
   bool on = false;
   Blinking blinking = Blinking::kNo;
 
-  // As the CPU's front has it: "RUN", "BUS1F"; "lamp 30" for one without a name.
+  // As printed on the CPU's front: "RUN", "BUS1F"; "lamp 30" for one without a name.
   [[nodiscard]] std::string name() const;
   // "on", "off", "blinking", "blinking slowly".
   [[nodiscard]] const char* state() const;
@@ -43,10 +43,10 @@ struct LampList {
   [[nodiscard]] RunMode mode() const;
 };
 
-// All read from the PLC; they throw Failure.
-ModeByte read_mode_byte(Session& session);
-LampList read_lamps(Session& session);
-// By the mode byte, and by the lamps where that has no words.
-RunMode read_mode(Session& session);
+// They ask the PLC, and throw Failure.
+ModeByte read_mode_byte(PlcConnection& plc);
+LampList read_lamps(PlcConnection& plc);
+// The mode by the mode byte; where that byte has no known meaning, by the lamps.
+RunMode read_mode(PlcConnection& plc);
 
 }  // namespace plexum::cli

@@ -109,7 +109,7 @@ std::string text_of_real(float real) {
   return {text, std::to_chars(text, std::end(text), real).ptr};
 }
 
-// As S7 people write it: S5T#1H30M, S5T#500MS.
+// In the notation of S7 programs: S5T#1H30M, S5T#500MS.
 std::string text_of_time(std::chrono::milliseconds time) {
   struct Unit {
     const char* name;
@@ -244,7 +244,8 @@ ordered_json json_of(const PlcValue& value) {
     ordered_json operator()(float real) const {
       if (std::isnan(real)) return "NaN";
       if (std::isinf(real)) return real < 0 ? "-Infinity" : "Infinity";
-      // The double that is written with the digits of the single, not with all of its own.
+      // A float made a double would be written with up to 17 digits. Reading its own short text as
+      // a double keeps the text short.
       const std::string text = text_of_real(real);
       double number = 0;
       std::from_chars(text.data(), text.data() + text.size(), number);
@@ -256,7 +257,7 @@ ordered_json json_of(const PlcValue& value) {
   return std::visit(Json{}, value);
 }
 
-std::string text_of(const PlcAddress& address, const std::vector<PlcValue>& values) {
+std::string text_of_all(const PlcAddress& address, const std::vector<PlcValue>& values) {
   const bool quoted = address.array && address.type == PlcType::kString;
   std::string text;
   for (const PlcValue& value : values) {
@@ -266,7 +267,7 @@ std::string text_of(const PlcAddress& address, const std::vector<PlcValue>& valu
   return text;
 }
 
-ordered_json json_of(const PlcAddress& address, const std::vector<PlcValue>& values) {
+ordered_json json_of_all(const PlcAddress& address, const std::vector<PlcValue>& values) {
   if (!address.array || address.type == PlcType::kChar) return json_of(values.front());
   ordered_json array = ordered_json::array();
   for (const PlcValue& value : values) array.push_back(json_of(value));

@@ -6,8 +6,8 @@
 #include <optional>
 #include <system_error>
 
-#include "cli/plc/plc_access.h"
 #include "cli/plc/round_trips.h"
+#include "cli/plc/variables.h"
 #include "cli/system/interrupt.h"
 #include "cli/system/path.h"
 #include "cli/text/failure.h"
@@ -19,10 +19,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Values = std::vector<std::vector<PlcValue>>;
 
-// From a failed poll to the next attempt, at least.
+// The shortest pause between a failed poll and the next attempt.
 constexpr std::chrono::milliseconds kPauseOfOutage{1000};
 
-// A table of comma-separated values: the time, then a column an address.
+// A table of comma-separated values: the time, then a column for each address.
 class CsvFile {
  public:
   CsvFile(const std::string& path, const std::vector<PlcAddress>& addresses) : path_(path) {
@@ -35,9 +35,9 @@ class CsvFile {
 
   void add(PollTime time, const std::vector<PlcAddress>& addresses, const Values& values) {
     if (path_.empty()) return;
-    std::string row = iso_time(time);
+    std::string row = iso_text_utc(time);
     for (std::size_t i = 0; i < values.size(); ++i) {
-      row += ',' + cell(text_of(addresses[i], values[i]));
+      row += ',' + cell(text_of_all(addresses[i], values[i]));
     }
     write(row);
   }
@@ -50,7 +50,7 @@ class CsvFile {
     return quoted + '"';
   }
 
-  // Whole rows, so that an interrupted run leaves a whole table.
+  // Flushes after each row, so that an interrupted run leaves whole rows.
   void write(const std::string& row) {
     if (file_ << row << '\n' << std::flush) return;
     throw std::system_error(errno, std::generic_category(), path_);
@@ -60,12 +60,12 @@ class CsvFile {
   std::ofstream file_;
 };
 
-Values read_all(Session& session, const std::vector<PlcAddress>& addresses, RoundTrips& times) {
-  session.connect();
+Values read_all(PlcConnection& plc, const std::vector<PlcAddress>& addresses, RoundTrips& times) {
+  plc.connect();
   Values values;
   for (const PlcAddress& address : addresses) {
     const Clock::time_point start = Clock::now();
-    const std::string bytes = read_bytes(session, address);
+    const std::string bytes = read_bytes(plc, address);
     times.add(Clock::now() - start);
     values.push_back(values_of(address, bytes));
   }
@@ -96,7 +96,7 @@ std::vector<PlcAddress> polled_addresses(const PollOptions& options) {
   return addresses;
 }
 
-void poll(Session& session, const std::vector<PlcAddress>& addresses, const PollOptions& options,
+void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const PollOptions& options,
           PollObserver& observer) {
   const InterruptScope interrupt;
   CsvFile csv(options.csv_path, addresses);
@@ -118,25 +118,25 @@ void poll(Session& session, const std::vector<PlcAddress>& addresses, const Poll
     const PollTime time = std::chrono::system_clock::now();
     ++polls;
     try {
-      values = read_all(session, addresses, times);
+      values = read_all(plc, addresses, times);
     } catch (const Failure& failure) {
       if (failure.code() != ExitCode::kFailed || polls == failures + 1) throw;
       ++failures;
       outage = failure;
-      session.disconnect();
+      plc.disconnect();
     }
-    // What was missed meanwhile isn't made up for.
+    // Polls that were due meanwhile are left out.
     const Clock::time_point now = Clock::now();
     next += interval * (1 + std::max<Clock::rep>(0, (now - next) / interval));
     if (values) {
       outage.reset();
       csv.add(time, addresses, *values);
-      observer.took(time, *values);
+      observer.on_values(time, *values);
     } else {
-      observer.failed(time, outage->what());
+      observer.on_failure(time, outage->what());
       next = now + std::max(interval, kPauseOfOutage);
     }
-    session.idle(std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()), over);
+    plc.idle(std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()), over);
   }
   std::cerr << polls << " polls, " << failures << " failed; round trips: " << times.summary()
             << '\n';

@@ -6,7 +6,8 @@
 
 namespace plexum::cli {
 
-// What is kept stays in bounds however long the run: every time has the same chance to be in it.
+// Keeps a sample of bounded size in which every round trip has the same chance to be (reservoir
+// sampling).
 void RoundTrips::add(Duration time) {
   constexpr std::size_t kMostKept = 100'000;
   ++count_;

@@ -8,7 +8,7 @@
 
 namespace plexum::cli {
 
-// The round-trip times of a run, for its closing line.
+// The round-trip times of a run, and their statistics.
 class RoundTrips {
  public:
   using Duration = std::chrono::steady_clock::duration;
@@ -16,8 +16,9 @@ class RoundTrips {
   void add(Duration time);
   [[nodiscard]] std::size_t count() const { return count_; }
 
-  // The time below which `share` of all times lie (0 the minimum, 0.5 the median, 1 the maximum),
-  // in milliseconds. There must be at least one. Of a very long run it is that of a fair sample.
+  // The time in milliseconds below which this share of all times lies: 0 the minimum, 0.5 the
+  // median, 1 the maximum. There must be at least one time. In a run of more than 100000 round
+  // trips shares other than 0 and 1 are those of a random sample.
   [[nodiscard]] double quantile(double share) const;
 
   // "min 0.211, median 0.250, 99 % 0.401, max 0.502 ms".

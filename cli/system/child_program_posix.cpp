@@ -16,7 +16,7 @@ void check(int error, const std::string& program) {
   if (error != 0) throw std::system_error(error, std::generic_category(), program);
 }
 
-// Starts it with `input` as its standard input. 0 when there is no such program.
+// Starts the program with `input` as its standard input. Gives 0 when there is no such program.
 pid_t start(const std::string& program, int input) {
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
@@ -32,7 +32,7 @@ pid_t start(const std::string& program, int input) {
   return child;
 }
 
-// As much of it as the reader takes.
+// Writes the input, or as much of it as the reader takes.
 void write_all(int file, const std::string& input) {
   for (std::size_t done = 0; done < input.size();) {
     const ssize_t written = write(file, input.data() + done, input.size() - done);
@@ -50,7 +50,8 @@ std::optional<int> run_with_input(const std::string& program, const std::string&
   const auto [reading, writing] = ends;
   const pid_t child = start(program, reading);
   close(reading);
-  // A program that ends before it has read everything tells so by its exit code.
+  // A program may end before it has read everything. Its exit code tells that; SIGPIPE would end
+  // this program, too.
   const auto previous = std::signal(SIGPIPE, SIG_IGN);
   if (child != 0) write_all(writing, input);
   close(writing);

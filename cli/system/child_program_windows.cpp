@@ -11,7 +11,7 @@ namespace {
   throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), program);
 }
 
-// The program's path; empty when PATH leads to none. The current folder isn't looked into.
+// The program's path; empty when it isn't in PATH. The current folder is not searched.
 std::wstring find_program(const std::string& program) {
   std::wstring folders(32'768, L'\0');
   const DWORD length =

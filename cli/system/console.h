@@ -5,8 +5,8 @@
 
 namespace plexum::cli {
 
-// The program's arguments and standard streams, the same on every system: UTF-8 texts, and output
-// whose bytes nothing changes. Lives as long as the program reads or writes.
+// The program's arguments and standard streams, the same on every system: arguments are UTF-8, and
+// output bytes reach the stream unchanged. It must live as long as the program reads or writes.
 class Console {
  public:
   Console(int argc, char** argv);
@@ -19,9 +19,11 @@ class Console {
   [[nodiscard]] const char* const* argv() const { return pointers_.data(); }
 
  private:
+  void point_to_arguments();
+
   std::vector<std::string> arguments_;
   std::vector<const char*> pointers_;
-  unsigned previous_code_page_ = 0;  // of a Windows console; 0: none was set
+  unsigned previous_code_page_ = 0;  // of a Windows console, to return to; 0: nothing was changed
 };
 
 }  // namespace plexum::cli

@@ -5,11 +5,13 @@
 #include <iterator>
 #include <system_error>
 
+#include "cli/system/path.h"
+
 namespace plexum::cli {
 namespace {
 
 [[noreturn]] void fail(const std::filesystem::path& path) {
-  throw std::system_error(errno == 0 ? EIO : errno, std::generic_category(), text_of(path));
+  throw std::system_error(errno == 0 ? EIO : errno, std::generic_category(), utf8_from_path(path));
 }
 
 }  // namespace
@@ -18,7 +20,7 @@ std::string read_file(const std::filesystem::path& path) {
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   if (!file) fail(path);
-  // A folder opens like a file, and fails at the first read.
+  // A folder can be opened like a file; only the first read fails.
   if (file.peek() == std::ifstream::traits_type::eof() && !file.eof()) fail(path);
   if (std::filesystem::is_directory(path)) {
     errno = EISDIR;
@@ -33,11 +35,6 @@ void write_file(const std::filesystem::path& path, const std::string& bytes) {
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();
   if (!file) fail(path);
-}
-
-std::string text_of(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
 }
 
 }  // namespace plexum::cli

@@ -2,9 +2,9 @@
 
 namespace plexum::cli {
 
-// While it lives, an interrupt from the keyboard (or SIGTERM; on Windows also the end of the
-// console) doesn't end the program but is remembered, so that a command that runs until then can
-// end in order. One at a time.
+// While it lives, an interrupt doesn't end the program but is remembered, so that the command can
+// end in order. Interrupts are Ctrl+C, SIGTERM and, on Windows, the closing of the console. There
+// may be one such scope at a time.
 class InterruptScope {
  public:
   InterruptScope();

@@ -9,7 +9,8 @@ HANDLE seen = nullptr;
 // Runs on a thread of its own.
 BOOL WINAPI remember(DWORD event) {
   SetEvent(seen);
-  // The console's end ends the program as soon as this returns, if it hasn't ended by then.
+  // When the console is closed, the system ends the program as soon as this function returns. Wait
+  // here, so that the command can end before that.
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
   return TRUE;
 }
@@ -17,7 +18,7 @@ BOOL WINAPI remember(DWORD event) {
 }  // namespace
 
 InterruptScope::InterruptScope() {
-  // Stays, because the handler may run while the scope ends.
+  // Is never closed, because the handler may run while the scope ends.
   if (seen == nullptr) seen = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   ResetEvent(seen);
   SetConsoleCtrlHandler(remember, TRUE);

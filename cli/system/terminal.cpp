@@ -6,73 +6,13 @@
 
 #include "cli/text/failure.h"
 
-#ifdef _WIN32
-#include <io.h>
-#include <windows.h>
-#else
-#include <sys/ioctl.h>
-#include <unistd.h>
-#endif
-
 namespace plexum::cli {
 namespace {
 
 constexpr unsigned kUsualWidth = 80;
 constexpr unsigned kUsualHeight = 24;
 
-// In characters; 0 where it can't be told.
-struct Size {
-  unsigned width = 0;
-  unsigned height = 0;
-};
-
-#ifdef _WIN32
-
-HANDLE handle_of(Stream stream) {
-  constexpr DWORD kNames[] = {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
-  return GetStdHandle(kNames[static_cast<int>(stream)]);
-}
-
-// Consoles paint over lines only where they take escape sequences, from Windows 10 on.
-bool takes_escape_sequences(Stream stream) {
-  DWORD mode = 0;
-  const HANDLE console = handle_of(stream);
-  return GetConsoleMode(console, &mode) != 0 &&
-         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
-}
-
-Size size_of(Stream stream) {
-  CONSOLE_SCREEN_BUFFER_INFO info;
-  if (GetConsoleScreenBufferInfo(handle_of(stream), &info) == 0) return {};
-  const SMALL_RECT& window = info.srWindow;
-  return {static_cast<unsigned>(window.Right - window.Left + 1),
-          static_cast<unsigned>(window.Bottom - window.Top + 1)};
-}
-
-#else
-
-bool takes_escape_sequences(Stream) {
-  const char* const terminal = std::getenv("TERM");
-  return terminal != nullptr && std::string(terminal) != "dumb";
-}
-
-Size size_of(Stream stream) {
-  winsize size{};
-  if (ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) != 0) return {};
-  return {size.ws_col, size.ws_row};
-}
-
-#endif
-
 }  // namespace
-
-bool is_terminal(Stream stream) {
-#ifdef _WIN32
-  return _isatty(static_cast<int>(stream)) != 0;
-#else
-  return isatty(static_cast<int>(stream)) != 0;
-#endif
-}
 
 bool may_animate(Stream stream) {
   const char* const no_color = std::getenv("NO_COLOR");
@@ -81,12 +21,12 @@ bool may_animate(Stream stream) {
 }
 
 unsigned terminal_width(Stream stream) {
-  const unsigned width = size_of(stream).width;
+  const unsigned width = told_size(stream).width;
   return width == 0 ? kUsualWidth : width;
 }
 
 unsigned terminal_height(Stream stream) {
-  const unsigned height = size_of(stream).height;
+  const unsigned height = told_size(stream).height;
   return height == 0 ? kUsualHeight : height;
 }
 

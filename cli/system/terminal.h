@@ -9,22 +9,31 @@ namespace plexum::cli {
 enum class Stream : std::uint8_t { kInput, kOutput, kError };
 
 bool is_terminal(Stream stream);
+// Whether the terminal of that stream understands colours and cursor movements.
+bool takes_escape_sequences(Stream stream);
 
-// Whether colours and lines that are painted over are welcome: on a terminal, unless the
-// environment has NO_COLOR or names a terminal that can't.
+// Whether to use colours and to paint over lines: the stream is a terminal that can do it, and the
+// environment has no NO_COLOR.
 bool may_animate(Stream stream);
 
-// The width of a terminal in characters; 80 where it can't be told.
+// In characters; 0 where the system doesn't tell it.
+struct TerminalSize {
+  unsigned width = 0;
+  unsigned height = 0;
+};
+TerminalSize told_size(Stream stream);
+
+// The width in characters and the height in lines; 80 and 24 where the system doesn't tell them.
 unsigned terminal_width(Stream stream);
-// Its height in lines; 24 where it can't be told.
 unsigned terminal_height(Stream stream);
 
-// Before something that can stop a plant: asks on the terminal whether to do `what` ("stop the CPU
-// of 192.0.2.10:102"), unless `yes` says so already. Throws Failure with ExitCode::kRefused when
-// the user declines, or when there is no terminal to ask on.
+// Asks on the terminal whether to do `what` ("stop the CPU of 192.0.2.10:102"): for actions that
+// can stop a plant. Doesn't ask where `yes` is set. Throws Failure with ExitCode::kRefused when the
+// user declines, or when there is no terminal to ask on.
 void ask_before(const std::string& what, bool yes);
 
-// The progress of a longer job on standard error: a bar on a terminal, a line a step elsewhere.
+// Shows the progress of a long job on standard error: as a bar on a terminal, elsewhere as one line
+// for each step.
 class Progress {
  public:
   Progress(std::string title, std::size_t steps);
@@ -33,7 +42,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // One more step begins; `name` says which.
+  // Shows that the next step begins; `name` is its name.
   void step(const std::string& name);
 
  private:

@@ -5,7 +5,7 @@
 
 namespace plexum::cli {
 
-// A byte string as a text of the characters U+0000 to U+00FF, one a byte, in UTF-8.
+// Bytes as a text in UTF-8 that has one character, U+0000 to U+00FF, for each byte.
 std::string text_from_bytes(const std::string& bytes);
 
 // The inverse; nothing for a text with any other character. `text` is valid UTF-8.

@@ -81,13 +81,13 @@ const KnownError* find(std::span<const KnownError> table, std::int32_t err) {
   return found == table.end() ? nullptr : &*found;
 }
 
-ErrorWords no_answer(Step step) {
+ErrorWords no_answer(JobKind step) {
   switch (step) {
-    case Step::kConnect:
+    case JobKind::kConnect:
       return {"the PLC took the TCP connection, but not the connection set-up",
               "check --rack and --slot (or --tsap-f), and whether other programs hold the PLC's "
               "connections"};
-    case Step::kRead:
+    case JobKind::kRead:
       return {"no complete answer in time: the PLC is silent, or has no such block or address",
               std::string(kAskTrace) + ", or give it more time with --tzeit"};
     default:
@@ -106,14 +106,15 @@ std::span<const KnownError> header_errors() { return kHeaderErrors; }
 
 std::span<const KnownError> return_codes() { return kReturnCodes; }
 
-ErrorWords error_words(Step step, std::int32_t err) {
-  if (step == Step::kWrite) {
+ErrorWords error_words(JobKind step, std::int32_t err) {
+  if (step == JobKind::kWrite) {
     if (const KnownError* known = find(kReturnCodes, err)) return words_of(*known);
   }
-  if (err == 1 && step == Step::kConnect) {
+  if (err == 1 && step == JobKind::kConnect) {
     return {"no TCP connection in time", "check the address, the network and --port"};
   }
-  // What a fragment of a userdata answer has in the place of the error.
+  // The control reads the error of a userdata answer from bytes that hold 1 in a refusal without
+  // data.
   if (err == 1) return {"the PLC refuses this function, or doesn't have it", kAskTrace};
   if (err == 3) return no_answer(step);
   if (err == 4) return {"the connection is gone", "try again"};

@@ -6,8 +6,9 @@
 
 namespace plexum::cli {
 
-// What the control was doing when `err` became what it is; the same number means different things.
-enum class Step : std::uint8_t {
+// What the control was doing when it set `err`: the same number means different things after
+// different jobs.
+enum class JobKind : std::uint8_t {
   kConnect,   // ag_ini
   kRead,      // ag_Read, ag_ReadB
   kWrite,     // the ag_Write members, whose err is a return code of the PLC
@@ -16,15 +17,16 @@ enum class Step : std::uint8_t {
   kTransfer,  // uploads and downloads
 };
 
-// What an error means, and what to try; no full stops.
+// What an error means, and what the user can try. Both are parts of a sentence, without a full
+// stop.
 struct ErrorWords {
   std::string meaning;
   std::string advice;  // may be empty
 };
 
-// The words for a value of `err` other than 0. A number without words of its own is explained by
-// its origin: the joined decimal digits of an error class and an error code.
-ErrorWords error_words(Step step, std::int32_t err);
+// The words for a value of `err` other than 0. For an unknown number they say how it is made: from
+// the decimal digits of an error class and an error code.
+ErrorWords error_words(JobKind step, std::int32_t err);
 
 // An error of a PLC's answer header, and a return code of a written item, with their words.
 struct KnownError {
@@ -33,7 +35,7 @@ struct KnownError {
   const char* meaning;
   const char* advice;
 
-  // What `err` holds after it: the decimal digits of class and code, joined.
+  // The value of `err` after this error: the decimal digits of class and code, joined.
   [[nodiscard]] std::int32_t err() const;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -9,26 +10,35 @@ namespace plexum::cli {
 enum class ExitCode : int {
   kDone = 0,
   kFailed = 1,   // the PLC, the connection or the system
-  kUsage = 2,    // the command line
-  kRefused = 3,  // the user said no, or wasn't there to be asked
+  kUsage = 2,    // a mistake in the command line
+  kRefused = 3,  // the user said no, or nobody was there to be asked
 };
 
-// Ends a command: the one line that the user reads, and the exit code.
+// What ended a command before it was done: one line for the user, and the exit code.
 class Failure : public std::runtime_error {
  public:
-  explicit Failure(const std::string& line, ExitCode code = ExitCode::kFailed)
-      : std::runtime_error(line), code_(code) {}
+  // Who failed, for catchers that go on after a refusal.
+  enum class Origin : std::uint8_t {
+    kPlcRefused,  // the PLC answered and said no; the connection is good
+    kOther,
+  };
+
+  explicit Failure(const std::string& line, ExitCode code = ExitCode::kFailed,
+                   Origin origin = Origin::kOther)
+      : std::runtime_error(line), code_(code), origin_(origin) {}
 
   [[nodiscard]] ExitCode code() const noexcept { return code_; }
+  [[nodiscard]] bool refused_by_plc() const noexcept { return origin_ == Origin::kPlcRefused; }
 
  private:
   ExitCode code_;
+  Origin origin_;
 };
 
-// Prints the line on standard error.
+// Prints the failure's line on standard error.
 void report(const Failure& failure);
 
-// What can't be done as it was asked for.
+// A command line that makes no sense or asks for the impossible: exit status 2.
 inline Failure usage_error(const std::string& line) { return Failure(line, ExitCode::kUsage); }
 
 }  // namespace plexum::cli

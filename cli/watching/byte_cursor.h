@@ -7,8 +7,8 @@
 
 namespace plexum::cli {
 
-// Takes big-endian numbers off the front of bytes that may be anything: past their end it gives
-// zeros, and ok() is false from then on.
+// Takes big-endian numbers from the front of any bytes. Past the end it gives zeros, and ok() is
+// false from then on.
 class ByteCursor {
  public:
   explicit ByteCursor(std::string_view bytes) : bytes_(bytes) {}
@@ -21,13 +21,13 @@ class ByteCursor {
   std::uint32_t u24() { return number(3); }
   std::uint32_t u32() { return number(4); }
 
-  // What there is of the next `count` bytes.
+  // The next `count` bytes, or the fewer that are left; then ok() turns false.
   std::string_view take(std::size_t count) {
     if (count > bytes_.size()) ok_ = false;
     return available(count);
   }
 
-  // The same, where it is no fault that there are fewer.
+  // The same, but it is no fault when there are fewer.
   std::string_view available(std::size_t count) {
     const std::string_view taken = bytes_.substr(0, count);
     bytes_.remove_prefix(taken.size());

@@ -14,24 +14,25 @@ struct CaptureEndpoint {
   std::uint16_t port = 0;
 };
 
-// The endpoints of a connection to `host`: an IPv4 or IPv6 address stands for itself; a name, whose
-// address the capture doesn't learn, for a documentation address (RFC 5737). The client's end is on
-// the loopback where the server's is, else a documentation address, too.
+// The two ends of a connection to `host`, as the capture shows them. An IPv4 or IPv6 address is
+// shown as it is. The capture doesn't learn the address of a name and shows a documentation address
+// (RFC 5737) in its place. The client's end is the loopback address where the server's is one, and
+// a documentation address otherwise.
 CaptureEndpoint captured_server(const std::string& host, std::int32_t port);
 CaptureEndpoint captured_client(const CaptureEndpoint& server, std::uint16_t port);
 
-// A capture in the classic pcap format, which Wireshark and tshark open, also while it grows. The
-// Ethernet, IP and TCP headers are made up around the real bytes.
+// A capture in the classic pcap format. Wireshark and tshark can open it, also while it grows. Only
+// the bytes of the connection are real; the Ethernet, IP and TCP headers are made up.
 class CaptureFile {
  public:
   // Throws std::system_error when the file can't be written.
   explicit CaptureFile(const std::string& path);
 
-  // A captured connection never disturbs the job that it belongs to: once a write fails the capture
-  // stays as it is, and this turns false.
+  // False as soon as a write has failed. Then the capture stays as it is: it never disturbs the job
+  // whose telegrams it gets.
   [[nodiscard]] bool complete() const { return file_.good(); }
 
-  // A client port that no other connection of this file has, as long as there are any.
+  // A client port of its own for each connection; after 16384 connections they begin again.
   std::uint16_t next_client_port();
 
   // Adds an Ethernet frame with the present time.

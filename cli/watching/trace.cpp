@@ -3,9 +3,9 @@
 #include <chrono>
 #include <cstdio>
 
-#include "cli/link/local_link.h"
 #include "cli/text/bytes_as_text.h"
 #include "cli/watching/trace_notes.h"
+#include "cli/watching/watched_tcp_client.h"
 
 namespace plexum::cli {
 namespace {
@@ -50,7 +50,7 @@ void note_message(ByteCursor in, TraceNotes& notes) {
   if (in.left() > 0) notes.add("", counted(in.left(), "byte") + " behind the message");
 }
 
-// A TSAP of the usual form names the kind of connection, the rack and the slot.
+// A TSAP of two bytes names the kind of connection, the rack and the slot.
 std::string tsap_note(std::string_view bytes) {
   constexpr const char* kKinds[] = {"", "PG", "OP", "basic"};
   constexpr std::uint32_t kSlots = 32;
@@ -106,7 +106,7 @@ void note_transport(ByteCursor in, TraceNotes& notes) {
   if (type == kData) note_message(in, notes);
 }
 
-// Takes one telegram off `in`. False where what follows can't be told to be one.
+// Takes one telegram from `in`. False where the bytes don't begin like one.
 bool note_telegram(ByteCursor& in, TraceNotes& notes) {
   constexpr std::uint32_t kVersion = 3;
   constexpr std::uint32_t kHeader = 4;

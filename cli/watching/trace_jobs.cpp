@@ -43,7 +43,7 @@ constexpr NamedCode kElementTypes[] = {
 constexpr std::uint32_t kCounters = 0x1C;
 constexpr std::uint32_t kTimers = 0x1D;
 
-// "DB10.DBX", "M " and so on, up to the address.
+// An area as it is written in front of an address: "DB10.DBX", "M ".
 std::string area_note(std::uint32_t area, std::uint32_t block) {
   constexpr NamedCode kAreas[] = {{0x80, "P "}, {0x81, "I "}, {0x82, "Q "},      {0x83, "M "},
                                   {0x86, "L "}, {0x87, "V "}, {kCounters, "C "}, {kTimers, "T "}};
@@ -117,7 +117,7 @@ void note_variables(std::uint32_t function, bool answer, ByteCursor parameter, B
   }
 }
 
-// Of uploads and downloads, from behind the function code on.
+// Uploads and downloads; `in` begins behind the function code.
 void note_transfer(std::uint32_t function, bool answer, ByteCursor in, ByteCursor data,
                    TraceNotes& notes) {
   if (in.left() == 0) return;

@@ -1,8 +1,10 @@
 #include "cli/watching/trace_notes.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 
+#include "cli/text/block_type.h"
 #include "cli/text/bytes_as_text.h"
 #include "cli/text/error_words.h"
 
@@ -63,12 +65,12 @@ std::string return_code_note(std::uint32_t code) {
 }
 
 std::string block_type_note(std::string_view type) {
-  constexpr std::string_view kTypes[][2] = {{"08", "OB"}, {"0A", "DB"},  {"0B", "SDB"},
-                                            {"0C", "FC"}, {"0D", "SFC"}, {"0E", "FB"},
-                                            {"0F", "SFB"}};
-  for (const auto& [code, name] : kTypes) {
-    if (code == type) return std::string(name);
-  }
+  unsigned code = 0;
+  const char* const end = type.data() + type.size();
+  const auto [rest, error] = std::from_chars(type.data(), end, code, 16);
+  const BlockType* const known =
+      type.size() == 2 && error == std::errc() && rest == end ? find_block_type(code) : nullptr;
+  if (known != nullptr) return known->name;
   return "type '" + printable(type) + "'";
 }
 

@@ -11,10 +11,11 @@ namespace plexum::cli {
 // The lines of an annotated telegram, and the pieces that they are made of.
 class TraceNotes {
  public:
-  // One line below the layer `name`; without a name it carries on the line before.
+  // Adds a line that begins with the layer's name; a line without a name belongs to the layer
+  // above.
   void add(const char* name, const std::string& text);
-  // The same for what was just read from `in`. Where that ended too soon the line says so in place
-  // of the zeros that were read; false then.
+  // The same for a text that was made of what was read from `in`. Where `in` ended too soon the
+  // line says that instead, and the result is false.
   bool add(const char* name, const std::string& text, const ByteCursor& in);
 
   [[nodiscard]] const std::string& text() const { return text_; }
@@ -28,13 +29,13 @@ struct NamedCode {
   const char* name;
 };
 
-// The name of a code, "unknown ..." with its number where it has none.
+// The name of a code, or "unknown" and its number.
 template <typename Table>
 std::string name_of(const Table& table, std::uint32_t code);
 
 // "0x0200", with at least as many digits as given.
 std::string hexadecimal(std::uint32_t value, int digits);
-// Bytes of the PLC as they can be shown on a terminal.
+// Bytes as printable characters, with points for all others.
 std::string printable(std::string_view bytes);
 // The first of many bytes: "00 01 02 03 ...".
 std::string first_bytes(std::string_view bytes);

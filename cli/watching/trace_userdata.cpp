@@ -164,7 +164,8 @@ void note_userdata(ByteCursor parameter, ByteCursor data, TraceNotes& notes) {
   data.u8();  // transport size
   const std::uint32_t length = data.u16();
   const bool answer = type == kAnswerType;
-  // An answer of success without data has a return code all the same: 0A, no such object.
+  // An answer without data has the return code 0A (no such object) also after a success, so it is
+  // not shown.
   const std::string head = answer && length > 0 ? return_code_note(return_code) + ", " : "";
   if (!notes.add("", length == 0 ? "no data" : head + counted(length, "byte") + " of data", data)) {
     return;

@@ -43,8 +43,8 @@ TEST(PlcValue, BytesAsTextAndJson) {
   for (const Case& c : cases) {
     const PlcAddress address = parse_address(c.address);
     const std::vector<PlcValue> values = values_of(address, test::bytes(c.bytes));
-    EXPECT_EQ(text_of(address, values), c.text) << c.address;
-    EXPECT_EQ(json_of(address, values).dump(), c.json) << c.address;
+    EXPECT_EQ(text_of_all(address, values), c.text) << c.address;
+    EXPECT_EQ(json_of_all(address, values).dump(), c.json) << c.address;
   }
   EXPECT_THROW(values_of(parse_address("MB0:STRING[4]"), test::bytes("04 05 48 69 00 00")),
                Failure);
