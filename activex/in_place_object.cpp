@@ -103,11 +103,11 @@ void InPlaceObject::activate_ui() {
   const ComPtr<IOleInPlaceFrame> frame = frame_;
   const ComPtr<IOleInPlaceUIWindow> document = document_;
   if (frame) {
-    frame->SetActiveObject(this, kFriendlyName);
+    frame->SetActiveObject(this, kDescription);
     frame->SetBorderSpace(nullptr);
   }
   if (document) {
-    document->SetActiveObject(this, kFriendlyName);
+    document->SetActiveObject(this, kDescription);
     document->SetBorderSpace(nullptr);
   }
 }

@@ -107,7 +107,7 @@ HRESULT OleObject::GetUserClassID(CLSID* clsid) {
 HRESULT OleObject::GetUserType(DWORD, LPOLESTR* type) {
   if (type == nullptr) return E_POINTER;
   *type = nullptr;
-  return guarded([&] { *type = task_text(kFriendlyName); });
+  return guarded([&] { *type = task_text(kDescription); });
 }
 
 HRESULT OleObject::SetExtent(DWORD aspect, SIZEL* size) {
@@ -209,7 +209,7 @@ void OleObject::show_properties(HWND parent, LPCRECT position) {
   CLSID page = kPropertyPageId;
   const POINT corner = position == nullptr ? POINT{} : POINT{position->left, position->top};
   check(OleCreatePropertyFrame(parent, static_cast<UINT>(corner.x), static_cast<UINT>(corner.y),
-                               kFriendlyName, 1, &object, 1, &page, LOCALE_USER_DEFAULT, 0,
+                               kDescription, 1, &object, 1, &page, LOCALE_USER_DEFAULT, 0,
                                nullptr));
 }
 

@@ -24,7 +24,7 @@ class RegistryKey {
 
   [[nodiscard]] bool is_open() const noexcept { return key_ != nullptr; }
 
-  // Sets a text value; a null name is the key's default value.
+  // Sets a text value; an empty name is the key's default value.
   void set(const wchar_t* name, const std::wstring& value);
 
   // Deletes a key and all below it; one that isn't there is no failure.

@@ -1,6 +1,6 @@
-"""examples/csharp/Plexum.cs: the declarations of the interface, from the member table and the IDL's
-GUIDs."""
-import re
+"""examples/csharp/Plexum.cs: the declarations of the interface, from the member table and the
+control's identity."""
+import tomllib
 
 import members
 
@@ -33,9 +33,8 @@ def parameter(argument):
 
 
 def declarations(root):
-    idl = (root / "activex" / "plexum.idl").read_text(encoding="utf-8")
-    guids = {name: re.search(rf"uuid\(([-0-9A-F]+)\)[^]]*\]\s*{kind} {name}\b", idl)[1]
-             for kind, name in (("coclass", "PlexumLink"), ("interface", "_PlexumLink"))}
+    with open(root / "activex" / "identity.toml", "rb") as file:
+        identity = tomllib.load(file)
     lines = []
     for member in members.load()[0]:
         lines.append(f"        [DispId(0x{member.id:08X})]")
@@ -47,5 +46,5 @@ def declarations(root):
         result = TYPES[member.type] if member.type else "void"
         parameters = ", ".join(map(parameter, member.arguments))
         lines.append(f"        {result} {member.name}({parameters});")
-    return (HEAD % (guids["PlexumLink"], guids["_PlexumLink"]) + "\n".join(lines)
+    return (HEAD % (identity["control"]["id"], identity["interface"]["id"]) + "\n".join(lines)
             + "\n    }\n}\n")
