@@ -21,10 +21,10 @@ HRESULT ConnectionPoint::GetConnectionInterface(IID* iid) {
   return S_OK;
 }
 
-HRESULT ConnectionPoint::GetConnectionPointContainer(IConnectionPointContainer** container) {
-  if (container == nullptr) return E_POINTER;
-  *container = &container_;
-  container_.AddRef();
+HRESULT ConnectionPoint::GetConnectionPointContainer(IConnectionPointContainer** points) {
+  if (points == nullptr) return E_POINTER;
+  *points = &points_;
+  points_.AddRef();
   return S_OK;
 }
 

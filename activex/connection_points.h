@@ -10,12 +10,12 @@ namespace plexum::activex {
 
 class ConnectionPoints;
 
-// Where clients of one outgoing interface connect. A part of the control's lifetime, but an object
-// of its own by its interfaces.
+// Where clients of one outgoing interface connect. It has interfaces of its own, but lives and dies
+// with the control: the reference count is the control's.
 class ConnectionPoint final : public IConnectionPoint {
  public:
-  ConnectionPoint(LinkObject& object, ConnectionPoints& container, const GUID& interface_id)
-      : object_(object), container_(container), interface_id_(interface_id) {}
+  ConnectionPoint(LinkObject& object, ConnectionPoints& points, const GUID& interface_id)
+      : object_(object), points_(points), interface_id_(interface_id) {}
   ConnectionPoint(const ConnectionPoint&) = delete;
   ConnectionPoint& operator=(const ConnectionPoint&) = delete;
 
@@ -25,7 +25,7 @@ class ConnectionPoint final : public IConnectionPoint {
 
   HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID* iid) override;
   HRESULT STDMETHODCALLTYPE
-  GetConnectionPointContainer(IConnectionPointContainer** container) override;
+  GetConnectionPointContainer(IConnectionPointContainer** points) override;
   HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override;
   HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override;
   HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** connections) override;
@@ -38,7 +38,7 @@ class ConnectionPoint final : public IConnectionPoint {
 
  private:
   LinkObject& object_;
-  ConnectionPoints& container_;
+  ConnectionPoints& points_;
   const GUID interface_id_;
   DWORD last_cookie_ = 0;
   std::vector<Connection> connections_;  // of the outgoing interface itself

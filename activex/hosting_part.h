@@ -9,8 +9,8 @@ namespace plexum::activex {
 
 class Hosting;
 
-// Some of the interfaces of a visible control, as a part of its object: whoever asks the part for
-// another interface, or counts references, deals with the whole object.
+// A part of the control's object that implements some of the hosting interfaces. The part has no
+// identity of its own: QueryInterface and the reference count are the whole object's.
 template <typename... Interfaces>
 class HostingPart : public Interfaces... {
  public:
@@ -27,11 +27,10 @@ class HostingPart : public Interfaces... {
  protected:
   ~HostingPart() = default;
 
-  // Runs the body of an entry point; it returns nothing, or its HRESULT. The container may release
-  // the object meanwhile. Nothing here computes with floating point, so the processor's state stays
-  // the host's throughout.
+  // Runs the body of an entry point that calls the container; the body returns nothing, or its
+  // HRESULT. See link_object.h.
   template <typename Body>
-  HRESULT run(Body&& body) noexcept {
+  HRESULT run_hosting(Body&& body) noexcept {
     const LinkObject::Reference reference(object_);
     HRESULT result = S_OK;
     const HRESULT failure = guarded([&] {
@@ -48,7 +47,7 @@ class HostingPart : public Interfaces... {
   Hosting& hosting_;
 };
 
-// Throws E_POINTER for a place that a caller has to give and didn't.
+// Throws E_POINTER for a null pointer.
 template <typename Pointer>
 Pointer needed(Pointer pointer) {
   if (pointer == nullptr) throw ComError(E_POINTER);

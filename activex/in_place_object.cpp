@@ -14,15 +14,15 @@ HRESULT InPlaceObject::GetWindow(HWND* window) {
 }
 
 HRESULT InPlaceObject::InPlaceDeactivate() {
-  return run([&] { deactivate(); });
+  return run_hosting([&] { deactivate(); });
 }
 
 HRESULT InPlaceObject::UIDeactivate() {
-  return run([&] { deactivate_ui(); });
+  return run_hosting([&] { deactivate_ui(); });
 }
 
 HRESULT InPlaceObject::SetObjectRects(LPCRECT position, LPCRECT clip) {
-  return run([&] {
+  return run_hosting([&] {
     const RECT& bounds = *needed(position);
     if (window_) window_->move(bounds, clip == nullptr ? bounds : *clip);
   });
@@ -30,7 +30,7 @@ HRESULT InPlaceObject::SetObjectRects(LPCRECT position, LPCRECT clip) {
 
 // The face has no keys of its own; all are the container's.
 HRESULT InPlaceObject::TranslateAccelerator(LPMSG message) {
-  return run([&] {
+  return run_hosting([&] {
     const auto site = hosting_.site().as<IOleControlSite>();
     return site && message != nullptr ? site->TranslateAccelerator(message, 0) : S_FALSE;
   });
@@ -131,7 +131,7 @@ void InPlaceObject::ambient_changed() {
 }
 
 void InPlaceObject::tick() noexcept {
-  run([&] {
+  run_hosting([&] {
     object_.core().Timer1_Timer();
     if (!window_) return;
     const FaceState now = hosting_.face_state();
@@ -144,7 +144,7 @@ void InPlaceObject::tick() noexcept {
 }
 
 void InPlaceObject::activated() noexcept {
-  run([&] {
+  run_hosting([&] {
     if (hosting_.site().user_mode() && is_active()) activate_ui();
   });
 }

@@ -14,7 +14,7 @@ void LinkEnvironment::show_message_box(const std::string& text) {
 
 void LinkEnvironment::property_changed(const std::string& name) {
   const FloatingPointBoundary::Host host(floating_point_);
-  container_.notify_change(name);
+  owner_.notify_change(name);
 }
 
 }  // namespace plexum::activex

@@ -8,24 +8,24 @@
 
 namespace plexum::activex {
 
-// What a control knows of its container.
-class Container {
- public:
-  // Tells the container that the property of that name has a new value.
-  virtual void notify_change(const std::string& property) = 0;
-  // The window that message boxes belong to; null where there is none.
-  virtual HWND window() = 0;
-
- protected:
-  ~Container() = default;
-};
-
-// A Windows host as the control sees it. Whatever runs on the host's side, its messages first of
-// all, finds the host's own floating-point state.
+// A Windows host as the core sees it. The host's code that runs meanwhile (its message handlers,
+// a message box, a notified container) finds the host's own floating-point state.
 class LinkEnvironment final : public windows::WindowsHostEnvironment {
  public:
-  // The container must outlive the environment.
-  explicit LinkEnvironment(Container& container) : container_(container) {}
+  // The control that the environment belongs to.
+  class Owner {
+   public:
+    // The property of that name has a new value, which the container is to be told.
+    virtual void notify_change(const std::string& property) = 0;
+    // The window that message boxes belong to; null where there is none.
+    virtual HWND window() = 0;
+
+   protected:
+    ~Owner() = default;
+  };
+
+  // The owner must outlive the environment.
+  explicit LinkEnvironment(Owner& owner) : owner_(owner) {}
 
   [[nodiscard]] FloatingPointBoundary& floating_point() noexcept { return floating_point_; }
 
@@ -34,10 +34,10 @@ class LinkEnvironment final : public windows::WindowsHostEnvironment {
   void property_changed(const std::string& name) override;
 
  protected:
-  HWND owner_window() override { return container_.window(); }
+  HWND owner_window() override { return owner_.window(); }
 
  private:
-  Container& container_;
+  Owner& owner_;
   FloatingPointBoundary floating_point_;
 };
 

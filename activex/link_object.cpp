@@ -19,7 +19,7 @@ LinkObject::Reference::~Reference() {
   object_.Release();
 }
 
-LinkObject::Call::Call(LinkObject& object) noexcept
+LinkObject::MemberCall::MemberCall(LinkObject& object) noexcept
     : reference_(object), floating_point_(object.environment_.floating_point()) {}
 
 HRESULT LinkObject::create(REFIID iid, void** object) noexcept {
@@ -62,7 +62,7 @@ ULONG LinkObject::AddRef() { return ++references_; }
 ULONG LinkObject::Release() {
   const ULONG left = --references_;
   if (left == 0) {
-    references_ = 1;  // whoever takes and gives back a reference now doesn't end it twice
+    references_ = 1;  // the destructor may take and release references: never 0 again
     delete this;
   } else if (left == own_references_) {
     environment_.abandon();
@@ -97,7 +97,7 @@ HRESULT LinkObject::Invoke(DISPID member, REFIID iid, LCID, WORD flags, DISPPARA
                            VARIANT* result, EXCEPINFO* exception, UINT* argument) {
   if (iid != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
   if (parameters == nullptr) return E_INVALIDARG;
-  return run([&] {
+  return run_member([&] {
     check(invoke_late_bound(*type_info(), static_cast<_PlexumLink*>(this),
                             {member, flags, *parameters, result, exception, argument}));
   });

@@ -19,12 +19,19 @@ class Hosting;
 
 // The COM object of one control: the dispatch interface over the core's PlexumLink, and behind it
 // the interfaces of a visible control (hosting.h). It lives on the apartment that created it.
-// Every entry point runs inside a Call, which keeps the object alive (the host may release it from
-// inside a wait), computes in the control's own floating-point state and lets no exception out.
+//
+// Entry points are of two kinds:
+// - A member of the dispatch interface may wait, and it computes. It runs inside a MemberCall
+//   (run_member), which keeps the object alive and sets the control's own floating-point state.
+// - An entry point of the hosting interfaces calls the container at most. It keeps the object alive
+//   (HostingPart::run_hosting); the floating-point state stays the host's.
+// Both kinds keep the object alive because the host may release it before they return, from inside
+// a wait or a callback. What neither waits nor calls the host does without; guarded() alone keeps
+// its exceptions in.
 class LinkObject final : public _PlexumLink,
                          public ISupportErrorInfo,
                          public IProvideClassInfo2,
-                         private Container {
+                         private LinkEnvironment::Owner {
  public:
   static HRESULT create(REFIID iid, void** object) noexcept;
 
@@ -107,7 +114,7 @@ class LinkObject final : public _PlexumLink,
   HRESULT STDMETHODCALLTYPE put_Tzeit(LONG value) override;
   HRESULT STDMETHODCALLTYPE pg_SZL(VARIANT* result) override;
 
-  // Holds the object for the length of a call into it, for as long as anything else of it is used.
+  // Keeps the object alive until the end of a block.
   class Reference {
    public:
     explicit Reference(LinkObject& object) noexcept;
@@ -126,12 +133,12 @@ class LinkObject final : public _PlexumLink,
   DISPID id_of(const std::string& member);
 
  private:
-  // One call into the object, on the stack of its entry point.
-  class Call {
+  // One call of a member of the dispatch interface, on the stack of its entry point.
+  class MemberCall {
    public:
-    explicit Call(LinkObject& object) noexcept;
-    Call(const Call&) = delete;
-    Call& operator=(const Call&) = delete;
+    explicit MemberCall(LinkObject& object) noexcept;
+    MemberCall(const MemberCall&) = delete;
+    MemberCall& operator=(const MemberCall&) = delete;
 
    private:
     const Reference reference_;
@@ -141,33 +148,34 @@ class LinkObject final : public _PlexumLink,
   LinkObject();
   ~LinkObject();
 
-  // Runs the body of a member of the interface.
+  // Runs the body of a member.
   template <typename Body>
-  HRESULT run(Body&& body) noexcept {
-    const Call call(*this);
+  HRESULT run_member(Body&& body) noexcept {
+    const MemberCall call(*this);
     SetErrorInfo(0, nullptr);
     return guarded(body);
   }
 
-  // Runs a member of the core: its arguments and its result by their types.
+  // Runs a member of the core: member_call.h says how it gets its arguments, automation_value.h how
+  // the caller gets its result.
   template <typename Result, typename Member, typename... Arguments>
-  HRESULT run(Result result, Member member, Arguments... arguments) noexcept {
+  HRESULT run_member(Result result, Member member, Arguments... arguments) noexcept {
     if (is_missing(result)) return E_POINTER;
     clear_result(result);
-    return run([&] { call_member(result, link_, member, arguments...); });
+    return run_member([&] { call_member(result, link_, member, arguments...); });
   }
 
   void* find_interface(REFIID iid) noexcept;
   // The description of the dispatch interface.
   ITypeInfo* type_info();
 
-  // Container
+  // LinkEnvironment::Owner
   void notify_change(const std::string& property) override;
   HWND window() override;
 
   const ModuleLock module_lock_;
   std::atomic<ULONG> references_{1};
-  ULONG own_references_ = 0;  // those of the calls that are running
+  ULONG own_references_ = 0;  // of these, those of the calls that are running
 
   LinkEnvironment environment_{*this};
   std::unique_ptr<TcpClient> tcp_client_;

@@ -20,7 +20,7 @@ inline void hand_out(const OLEVERB& verb, OLEVERB* place) {
 }
 
 HRESULT OleObject::SetClientSite(IOleClientSite* site) {
-  return run([&] { hosting_.set_site(site); });
+  return run_hosting([&] { hosting_.set_site(site); });
 }
 
 HRESULT OleObject::GetClientSite(IOleClientSite** site) {
@@ -31,7 +31,7 @@ HRESULT OleObject::GetClientSite(IOleClientSite** site) {
 }
 
 HRESULT OleObject::Close(DWORD option) {
-  return run([&] {
+  return run_hosting([&] {
     const ComPtr<IOleClientSite> site(hosting_.site().get());
     if (option != OLECLOSE_NOSAVE && site && hosting_.persistence().is_dirty()) {
       check(site->SaveObject());
@@ -60,7 +60,7 @@ HRESULT OleObject::GetClipboardData(DWORD, IDataObject** data) {
 
 HRESULT OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite* site, LONG, HWND parent,
                           LPCRECT position) {
-  return run([&]() -> HRESULT {
+  return run_hosting([&]() -> HRESULT {
     if (hosting_.site().get() == nullptr && site != nullptr) hosting_.set_site(site);
     switch (verb) {
       case OLEIVERB_PRIMARY:
@@ -111,7 +111,7 @@ HRESULT OleObject::GetUserType(DWORD, LPOLESTR* type) {
 }
 
 HRESULT OleObject::SetExtent(DWORD aspect, SIZEL* size) {
-  return run([&] {
+  return run_hosting([&] {
     if (aspect != DVASPECT_CONTENT) throw ComError(DV_E_DVASPECT);
     hosting_.set_extent(*needed(size));
   });
@@ -125,20 +125,20 @@ HRESULT OleObject::GetExtent(DWORD aspect, SIZEL* size) {
 }
 
 HRESULT OleObject::Advise(IAdviseSink* sink, DWORD* connection) {
-  return run([&] {
+  return run_hosting([&] {
     if (!sinks_) check(CreateOleAdviseHolder(&sinks_));
     check(sinks_->Advise(sink, connection));
   });
 }
 
 HRESULT OleObject::Unadvise(DWORD connection) {
-  return run([&] { return sinks_ ? sinks_->Unadvise(connection) : OLE_E_NOCONNECTION; });
+  return run_hosting([&] { return sinks_ ? sinks_->Unadvise(connection) : OLE_E_NOCONNECTION; });
 }
 
 HRESULT OleObject::EnumAdvise(IEnumSTATDATA** connections) {
   if (connections == nullptr) return E_POINTER;
   *connections = nullptr;
-  return run([&] { return sinks_ ? sinks_->EnumAdvise(connections) : S_OK; });
+  return run_hosting([&] { return sinks_ ? sinks_->EnumAdvise(connections) : S_OK; });
 }
 
 HRESULT OleObject::GetMiscStatus(DWORD aspect, DWORD* status) {
@@ -155,33 +155,32 @@ HRESULT OleObject::GetControlInfo(CONTROLINFO* information) {
 }
 
 HRESULT OleObject::OnAmbientPropertyChange(DISPID) {
-  return run([&] {
+  return run_hosting([&] {
     hosting_.in_place().ambient_changed();
     hosting_.view().changed();
   });
 }
 
-HRESULT OleObject::QuickActivate(QACONTAINER* container, QACONTROL* control) {
-  return run([&] {
-    if (needed(container)->cbSize < sizeof(QACONTAINER) ||
+HRESULT OleObject::QuickActivate(QACONTAINER* offered, QACONTROL* control) {
+  return run_hosting([&] {
+    if (needed(offered)->cbSize < sizeof(QACONTAINER) ||
         needed(control)->cbSize < sizeof(QACONTROL)) {
       throw ComError(E_INVALIDARG);
     }
     const ULONG size = control->cbSize;
     *control = {};
     control->cbSize = size;
-    hosting_.set_site(container->pClientSite);
-    if (container->pAdviseSink != nullptr) {
-      check(hosting_.view().SetAdvise(DVASPECT_CONTENT, 0, container->pAdviseSink));
+    hosting_.set_site(offered->pClientSite);
+    if (offered->pAdviseSink != nullptr) {
+      check(hosting_.view().SetAdvise(DVASPECT_CONTENT, 0, offered->pAdviseSink));
     }
-    if (container->pPropertyNotifySink != nullptr) {
-      check(hosting_.connection_points().property_changes().Advise(container->pPropertyNotifySink,
+    if (offered->pPropertyNotifySink != nullptr) {
+      check(hosting_.connection_points().property_changes().Advise(offered->pPropertyNotifySink,
                                                                    &control->dwPropNotifyCookie));
     }
-    if (container->pUnkEventSink != nullptr) {
+    if (offered->pUnkEventSink != nullptr) {
       // There are no events, so a client that can't take them misses none.
-      hosting_.connection_points().events().Advise(container->pUnkEventSink,
-                                                   &control->dwEventCookie);
+      hosting_.connection_points().events().Advise(offered->pUnkEventSink, &control->dwEventCookie);
     }
     control->dwMiscStatus = kMiscStatus;
     control->dwViewStatus = VIEWSTATUS_OPAQUE;
@@ -193,7 +192,7 @@ HRESULT OleObject::SetContentExtent(LPSIZEL size) { return SetExtent(DVASPECT_CO
 HRESULT OleObject::GetContentExtent(LPSIZEL size) { return GetExtent(DVASPECT_CONTENT, size); }
 
 HRESULT OleObject::GetPages(CAUUID* pages) {
-  return run([&] {
+  return run_hosting([&] {
     *needed(pages) = {};
     pages->pElems = static_cast<GUID*>(task_memory(sizeof(GUID)));
     *pages->pElems = kPropertyPageId;

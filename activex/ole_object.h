@@ -44,7 +44,7 @@ class OleObject final
   HRESULT STDMETHODCALLTYPE FreezeEvents(WINBOOL) override { return S_OK; }  // there are none
 
   // IQuickActivate
-  HRESULT STDMETHODCALLTYPE QuickActivate(QACONTAINER* container, QACONTROL* control) override;
+  HRESULT STDMETHODCALLTYPE QuickActivate(QACONTAINER* offered, QACONTROL* control) override;
   HRESULT STDMETHODCALLTYPE SetContentExtent(LPSIZEL size) override;
   HRESULT STDMETHODCALLTYPE GetContentExtent(LPSIZEL size) override;
 

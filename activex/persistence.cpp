@@ -18,7 +18,7 @@ HRESULT Persistence::GetClassID(CLSID* clsid) {
 }
 
 HRESULT Persistence::InitNew() {
-  return run([&] {
+  return run_hosting([&] {
     object_.core().UserControl_InitProperties();
     loaded();
   });
@@ -29,7 +29,7 @@ HRESULT Persistence::InitNew(IStorage* storage) {
 }
 
 HRESULT Persistence::Load(IPropertyBag* bag, IErrorLog* log) {
-  return run([&] {
+  return run_hosting([&] {
     ContainerPropertyBag properties(needed(bag), log);
     object_.core().UserControl_ReadProperties(properties);
     loaded();
@@ -39,7 +39,7 @@ HRESULT Persistence::Load(IPropertyBag* bag, IErrorLog* log) {
 // A value equal to its default is not stored, also when the container asks for all: a bag without
 // it gives the default back.
 HRESULT Persistence::Save(IPropertyBag* bag, WINBOOL clear_dirty, WINBOOL) {
-  return run([&] {
+  return run_hosting([&] {
     ContainerPropertyBag properties(needed(bag), nullptr);
     object_.core().UserControl_WriteProperties(properties);
     if (clear_dirty) is_dirty_ = false;
@@ -47,18 +47,18 @@ HRESULT Persistence::Save(IPropertyBag* bag, WINBOOL clear_dirty, WINBOOL) {
 }
 
 HRESULT Persistence::Load(IStream* stream) {
-  return run([&] { load(needed(stream)); });
+  return run_hosting([&] { load(needed(stream)); });
 }
 
 HRESULT Persistence::Save(IStream* stream, WINBOOL clear_dirty) {
-  return run([&] {
+  return run_hosting([&] {
     save(needed(stream));
     if (clear_dirty) is_dirty_ = false;
   });
 }
 
 HRESULT Persistence::GetSizeMax(ULARGE_INTEGER* size) {
-  return run([&] {
+  return run_hosting([&] {
     needed(size)->QuadPart = 0;
     StoredProperties properties(hosting_.extent());
     object_.core().UserControl_WriteProperties(properties);
@@ -67,7 +67,7 @@ HRESULT Persistence::GetSizeMax(ULARGE_INTEGER* size) {
 }
 
 HRESULT Persistence::Load(IStorage* storage) {
-  return run([&] {
+  return run_hosting([&] {
     ComPtr<IStream> stream;
     check(needed(storage)->OpenStream(kStreamName, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0,
                                       &stream));
@@ -76,7 +76,7 @@ HRESULT Persistence::Load(IStorage* storage) {
 }
 
 HRESULT Persistence::Save(IStorage* storage, WINBOOL) {
-  return run([&] {
+  return run_hosting([&] {
     ComPtr<IStream> stream;
     check(needed(storage)->CreateStream(
         kStreamName, STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_CREATE, 0, 0, &stream));

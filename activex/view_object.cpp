@@ -94,7 +94,7 @@ HRESULT check_format(const FORMATETC& format) {
 HRESULT ViewObject::Draw(DWORD aspect, LONG index, void*, DVTARGETDEVICE*, HDC, HDC dc,
                          LPCRECTL bounds, LPCRECTL, WINBOOL(STDMETHODCALLTYPE*)(ULONG_PTR),
                          ULONG_PTR) {
-  return run([&] {
+  return run_hosting([&] {
     check(check_aspect(aspect, index));
     if (dc == nullptr || bounds == nullptr) throw ComError(E_INVALIDARG);
     draw_face(dc, {bounds->left, bounds->top, bounds->right, bounds->bottom},
@@ -109,7 +109,7 @@ HRESULT ViewObject::GetColorSet(DWORD, LONG, void*, DVTARGETDEVICE*, HDC, LOGPAL
 }
 
 HRESULT ViewObject::SetAdvise(DWORD aspects, DWORD flags, IAdviseSink* sink) {
-  return run([&] {
+  return run_hosting([&] {
     aspects_ = aspects;
     flags_ = flags;
     ComPtr<IAdviseSink> added(sink);
@@ -134,7 +134,7 @@ HRESULT ViewObject::GetExtent(DWORD aspect, LONG index, DVTARGETDEVICE*, LPSIZEL
 }
 
 HRESULT ViewObject::GetData(FORMATETC* format, STGMEDIUM* medium) {
-  return run([&] {
+  return run_hosting([&] {
     *needed(medium) = {};
     check(check_format(*needed(format)));
     const FaceState state = hosting_.face_state();
@@ -169,20 +169,21 @@ HRESULT ViewObject::EnumFormatEtc(DWORD direction, IEnumFORMATETC** formats) {
 }
 
 HRESULT ViewObject::DAdvise(FORMATETC* format, DWORD flags, IAdviseSink* sink, DWORD* connection) {
-  return run([&] {
+  return run_hosting([&] {
     if (!data_sinks_) check(CreateDataAdviseHolder(&data_sinks_));
     check(data_sinks_->Advise(this, format, flags, sink, connection));
   });
 }
 
 HRESULT ViewObject::DUnadvise(DWORD connection) {
-  return run([&] { return data_sinks_ ? data_sinks_->Unadvise(connection) : OLE_E_NOCONNECTION; });
+  return run_hosting(
+      [&] { return data_sinks_ ? data_sinks_->Unadvise(connection) : OLE_E_NOCONNECTION; });
 }
 
 HRESULT ViewObject::EnumDAdvise(IEnumSTATDATA** connections) {
   if (connections == nullptr) return E_POINTER;
   *connections = nullptr;
-  return run([&] { return data_sinks_ ? data_sinks_->EnumAdvise(connections) : S_OK; });
+  return run_hosting([&] { return data_sinks_ ? data_sinks_->EnumAdvise(connections) : S_OK; });
 }
 
 void ViewObject::changed() {
