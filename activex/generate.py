@@ -1,6 +1,7 @@
 """Writes what the build takes from activex/identity.toml and docs/members.toml.
 
   generate.py constants FILE                      the identity as C++ constants
+  generate.py idl|declarations|definitions FILE   the interface: see interface.py
   generate.py fill TEMPLATE FILE [NAME=VALUE...]  a text with @section.name@ (a fact of the
                                                   identity) and @NAME@ put in
 """
@@ -15,6 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "docs" / "generator"))
 
 import identity  # noqa: E402
+import interface  # noqa: E402
 import members  # noqa: E402
 
 
@@ -41,25 +43,28 @@ def constants(facts):
     for name, keys in (("kOwnKeys", registry.own_keys), ("kSharedKeys", registry.shared_keys)):
         lines += [f"inline constexpr const wchar_t* {name}[] = {{",
                   *(f"    {wide(key)}," for key in keys), "};"]
-    return "".join(line + "\n" for line in lines)
+    return lines
 
 
-def fill(template, facts, definitions):
-    facts["interface"]["slots"] = members.FIRST_SLOT + len(
-        members.interface_lines(members.load()[0]))
+def fill(template, facts, every, definitions):
+    facts["interface"]["slots"] = members.FIRST_SLOT + len(members.interface_lines(every))
     text = identity.filled(template, facts)
     return re.sub(r"@(\w+)@", lambda name: definitions[name[1]], text)
 
 
 def main():
     what, *arguments = sys.argv[1:]
-    facts = identity.load()
-    if what == "constants":
-        target, text = arguments[0], constants(facts)
-    else:
+    facts, (every, _) = identity.load(), members.load()
+    if what == "fill":
         template, target, *definitions = arguments
-        text = fill(pathlib.Path(template).read_text(encoding="utf-8"), facts,
+        text = fill(pathlib.Path(template).read_text(encoding="utf-8"), facts, every,
                     dict(definition.split("=", 1) for definition in definitions))
+    else:
+        target, = arguments
+        lines = constants(facts) if what == "constants" else {
+            "idl": interface.idl, "declarations": interface.declarations,
+            "definitions": interface.definitions}[what](every)
+        text = "".join(line + "\n" for line in lines)
     pathlib.Path(target).write_text(text, encoding="utf-8")
 
 

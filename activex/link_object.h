@@ -55,64 +55,8 @@ class LinkObject final : public _PlexumLink,
   HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** type) override;
   HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* guid) override;
 
-  // _PlexumLink (link_members.cpp)
-  HRESULT STDMETHODCALLTYPE get_err(LONG* result) override;
-  HRESULT STDMETHODCALLTYPE put_err(LONG value) override;
-  HRESULT STDMETHODCALLTYPE get_inuse(VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE put_inuse(VARIANT_BOOL value) override;
-  HRESULT STDMETHODCALLTYPE get_s7init(VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE put_s7init(VARIANT_BOOL value) override;
-  HRESULT STDMETHODCALLTYPE get_auftrag_Fehler(SHORT* result) override;
-  HRESULT STDMETHODCALLTYPE put_auftrag_Fehler(SHORT value) override;
-  HRESULT STDMETHODCALLTYPE MsgWait(LONG ms) override;
-  HRESULT STDMETHODCALLTYPE ag_Read(BSTR* DBNr, BSTR* anzby, BSTR* startad, BSTR* Datenart,
-                                    BSTR* Spsarts, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_ReadB(BSTR* DBNr, BSTR* anzby, BSTR* startad_w, BSTR* Datenart,
-                                     BSTR* Spsarts, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_plcstop(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_plcstart(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_plcErase(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_Ramtorom(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_plccompress(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_plcRunMode(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_ReadBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_WriteBlock(BSTR* MCS7Code, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_ListBlock(BSTR* Blocktype, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteX(BSTR* db, BSTR* startad, BSTR* wert, BSTR* Spsarts,
-                                      BSTR* bitadd, VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteB(BSTR* db, BSTR* startad_w, BSTR* wert, BSTR* Spsarts,
-                                      VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteMB(BSTR* db, BSTR* startad, BSTR* wertBytesstring,
-                                       BSTR* Spsarts, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteF(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
-                                      VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteD(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
-                                      VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_WriteW(BSTR* DBNr, BSTR* startad, BSTR* wert, BSTR* Spsarts,
-                                      VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE ag_ini(BSTR* TCPIPRemote, BSTR* PortRemote, BSTR* TsapE, BSTR* TsapF,
-                                   VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE pg_ReadClock(VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE pg_SetClock(BSTR* strYear, BSTR* strMonth, BSTR* strDay, BSTR* strHour,
-                                        BSTR* strMinute, BSTR* strSecond, BSTR* strMsec,
-                                        VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE wordtobeyt(BSTR* wert, BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE dwordtobeyt(BSTR* wert, BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE flottobeyt(BSTR* wert, BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE wordtobeytadd(BSTR* wert, BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE beyttoword(BSTR* wert1, BSTR* wert2, BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE xor_str(VARIANT* strlan, LONG* result) override;
-  HRESULT STDMETHODCALLTYPE ag_exit(VARIANT_BOOL* result) override;
-  HRESULT STDMETHODCALLTYPE pg_DelBlock(BSTR* Blocktype, BSTR* Blocknr, VARIANT* result) override;
-  HRESULT STDMETHODCALLTYPE get_CP_IP(BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE put_CP_IP(BSTR value) override;
-  HRESULT STDMETHODCALLTYPE get_TsapF(BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE put_TsapF(BSTR value) override;
-  HRESULT STDMETHODCALLTYPE get_TsapE(BSTR* result) override;
-  HRESULT STDMETHODCALLTYPE put_TsapE(BSTR value) override;
-  HRESULT STDMETHODCALLTYPE get_Tzeit(LONG* result) override;
-  HRESULT STDMETHODCALLTYPE put_Tzeit(LONG value) override;
-  HRESULT STDMETHODCALLTYPE pg_SZL(VARIANT* result) override;
+  // _PlexumLink: every member of docs/members.toml, made by interface.py.
+#include "link_declarations.inc"
 
   // Keeps the object alive until the end of a block.
   class Reference {

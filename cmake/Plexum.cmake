@@ -101,10 +101,10 @@ function(plexum_test name)
   endif()
 endfunction()
 
-# plexum_member_help(FORM FILE): what docs/members.toml says of the members, as "definitions" for
-# the IDL or as "rows" of a C++ array.
+# plexum_member_table(FORM FILE): rows of a C++ array from docs/members.toml; the forms stand in
+# docs/generator/members.py.
 find_package(Python3 3.11 COMPONENTS Interpreter REQUIRED)
-function(plexum_member_help form file)
+function(plexum_member_table form file)
   set(docs ${PROJECT_SOURCE_DIR}/docs)
   add_custom_command(
     OUTPUT ${file}

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace plexum::cli {
 namespace {
 
+// The arguments of the generated rows.
+constexpr Argument text(const char* name) { return {name, ArgumentKind::kText}; }
 constexpr Argument bytes(const char* name) { return {name, ArgumentKind::kBytes}; }
 
 // A method from a member function: each string parameter takes the argument of its position.
@@ -22,9 +25,14 @@ Method method(const char* name, Result (PlexumLink::*member)(Parameters...),
   return {name, std::move(arguments), call};
 }
 
+// How a let of the core takes its value: a text by reference, all else by value.
+template <typename Type>
+using LetArgument = std::conditional_t<std::is_class_v<Type>, const Type&, Type>;
+
 // A property or state variable from its get and its let.
-template <typename Type, typename Let>
-Property property(const char* name, Type (PlexumLink::*get)() const, void (PlexumLink::*let)(Let)) {
+template <typename Type>
+Property property(const char* name, Type (PlexumLink::*get)() const,
+                  void (PlexumLink::*let)(LetArgument<Type>)) {
   return {name, Type{}, [get](const PlexumLink& link) -> Value { return (link.*get)(); },
           [let](PlexumLink& link, const Value& value) { (link.*let)(std::get<Type>(value)); }};
 }
@@ -40,63 +48,14 @@ const Member* find(const std::vector<Member>& members, std::string_view name) {
 
 const std::vector<Method>& methods() {
   static const std::vector<Method> kMethods = {
-      method("ag_Read", &PlexumLink::ag_Read,
-             {{"DBNr"}, {"anzby"}, {"startad"}, {"Datenart"}, {"Spsarts"}}),
-      method("ag_ReadB", &PlexumLink::ag_ReadB,
-             {{"DBNr"}, {"anzby"}, {"startad_w"}, {"Datenart"}, {"Spsarts"}}),
-      method("pg_plcstop", &PlexumLink::pg_plcstop, {}),
-      method("pg_plcstart", &PlexumLink::pg_plcstart, {}),
-      method("pg_plcErase", &PlexumLink::pg_plcErase, {}),
-      method("pg_Ramtorom", &PlexumLink::pg_Ramtorom, {}),
-      method("pg_plccompress", &PlexumLink::pg_plccompress, {}),
-      method("pg_plcRunMode", &PlexumLink::pg_plcRunMode, {}),
-      method("pg_ReadBlock", &PlexumLink::pg_ReadBlock, {{"Blocktype"}, bytes("Blocknr")}),
-      method("pg_WriteBlock", &PlexumLink::pg_WriteBlock, {bytes("MCS7Code")}),
-      method("pg_ListBlock", &PlexumLink::pg_ListBlock, {{"Blocktype"}}),
-      method("ag_WriteX", &PlexumLink::ag_WriteX,
-             {{"db"}, {"startad"}, {"wert"}, {"Spsarts"}, {"bitadd"}}),
-      method("ag_WriteB", &PlexumLink::ag_WriteB,
-             {{"db"}, {"startad_w"}, bytes("wert"), {"Spsarts"}}),
-      method("ag_WriteMB", &PlexumLink::ag_WriteMB,
-             {{"db"}, {"startad"}, bytes("wertBytesstring"), {"Spsarts"}}),
-      method("ag_WriteF", &PlexumLink::ag_WriteF, {{"DBNr"}, {"startad"}, {"wert"}, {"Spsarts"}}),
-      method("ag_WriteD", &PlexumLink::ag_WriteD, {{"DBNr"}, {"startad"}, {"wert"}, {"Spsarts"}}),
-      method("ag_WriteW", &PlexumLink::ag_WriteW, {{"DBNr"}, {"startad"}, {"wert"}, {"Spsarts"}}),
-      method("ag_ini", &PlexumLink::ag_ini,
-             {{"TCPIPRemote"}, {"PortRemote"}, {"TsapE"}, {"TsapF"}}),
-      method("pg_ReadClock", &PlexumLink::pg_ReadClock, {}),
-      method("pg_SetClock", &PlexumLink::pg_SetClock,
-             {{"strYear"},
-              {"strMonth"},
-              {"strDay"},
-              {"strHour"},
-              {"strMinute"},
-              {"strSecond"},
-              {"strMsec"}}),
-      method("wordtobeyt", &PlexumLink::wordtobeyt, {{"wert"}}),
-      method("dwordtobeyt", &PlexumLink::dwordtobeyt, {{"wert"}}),
-      method("flottobeyt", &PlexumLink::flottobeyt, {{"wert"}}),
-      method("wordtobeytadd", &PlexumLink::wordtobeytadd, {{"wert"}}),
-      method("beyttoword", &PlexumLink::beyttoword, {bytes("wert1"), bytes("wert2")}),
-      method("xor_str", &PlexumLink::xor_str, {bytes("strlan")}),
-      method("ag_exit", &PlexumLink::ag_exit, {}),
-      method("pg_DelBlock", &PlexumLink::pg_DelBlock, {{"Blocktype"}, bytes("Blocknr")}),
-      method("pg_SZL", &PlexumLink::pg_SZL, {}),
+#include "member_methods.inc"
   };
   return kMethods;
 }
 
 const std::vector<Property>& properties() {
   static const std::vector<Property> kProperties = {
-      property<std::int32_t, std::int32_t>("err", &PlexumLink::err, &PlexumLink::err),
-      property<bool, bool>("inuse", &PlexumLink::inuse, &PlexumLink::inuse),
-      property<bool, bool>("s7init", &PlexumLink::s7init, &PlexumLink::s7init),
-      property<std::int16_t, std::int16_t>("auftrag_Fehler", &PlexumLink::auftrag_Fehler,
-                                           &PlexumLink::auftrag_Fehler),
-      property<std::string, const std::string&>("CP_IP", &PlexumLink::CP_IP, &PlexumLink::CP_IP),
-      property<std::string, const std::string&>("TsapF", &PlexumLink::TsapF, &PlexumLink::TsapF),
-      property<std::string, const std::string&>("TsapE", &PlexumLink::TsapE, &PlexumLink::TsapE),
-      property<std::int32_t, std::int32_t>("Tzeit", &PlexumLink::Tzeit, &PlexumLink::Tzeit),
+#include "member_properties.inc"
   };
   return kProperties;
 }

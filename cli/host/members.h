@@ -18,15 +18,15 @@ struct Argument {
   ArgumentKind kind = ArgumentKind::kText;
 };
 
-// A method of the dispatch interface that takes strings only. `call` gets as many as `arguments`
-// names; they are by reference, as its caller's variables are.
+// A method of the dispatch interface that takes strings only. `call` gets one string for each of
+// `arguments`, and may change them, as the control changes its caller's variables.
 struct Method {
   const char* name;
   std::vector<Argument> arguments;
   std::function<Value(PlexumLink&, std::vector<std::string>&)> call;
 };
 
-// A property or state variable. `set` takes the alternative that `type` holds, and no other.
+// A property or state variable. `type` holds a value of its type; `set` takes that type alone.
 struct Property {
   const char* name;
   Value type;
@@ -34,8 +34,8 @@ struct Property {
   std::function<void(PlexumLink&, const Value&)> set;
 };
 
-// The members of the control's dispatch interface, in its order. MsgWait, whose argument is a
-// number, stands apart.
+// The members of docs/members.toml, in the order of the dispatch interface. MsgWait isn't among
+// them: its argument is a number.
 const std::vector<Method>& methods();
 const std::vector<Property>& properties();
 

@@ -1,8 +1,10 @@
 """The member table, docs/members.toml, with its shared texts put in.
 
-As a program it writes what builds take from the table:
-  members.py definitions FILE   the help strings as macros, for the IDL
-  members.py rows FILE          name, signature and help string as rows of a C++ array
+As a program it writes what the command's build takes from the table, as rows of C++ arrays:
+  members.py help FILE         name, signature and help string of every member
+  members.py methods FILE      the methods of `plexum host`, for cli/host/members.cpp
+  members.py properties FILE   its properties and state variables, likewise
+activex/generate.py makes the COM server's share.
 """
 import json
 import pathlib
@@ -10,9 +12,11 @@ import sys
 import tomllib
 
 DOCS = pathlib.Path(__file__).resolve().parent.parent
-# Of types as VB hosts name them: as the type library does, and as C# does.
+# Types as VB hosts name them, to those of OLE Automation and to those of the core.
 AUTOMATION = {"String": "BSTR", "Long": "I4", "Integer": "I2", "Boolean": "BOOL",
               "Variant": "VARIANT"}
+CORE = {"String": "std::string", "Long": "std::int32_t", "Integer": "std::int16_t",
+        "Boolean": "bool"}
 FIRST_SLOT = 7  # behind IDispatch
 
 
@@ -91,14 +95,31 @@ def interface_lines(members):
     return lines
 
 
+def help_rows(members):
+    return [f"{{{', '.join(map(json.dumps, (member.name, member.signature, member.help)))}}},"
+            for member in members]
+
+
+def method_rows(members):
+    """The methods without arguments by value: those that `plexum host` calls by strings."""
+    rows = []
+    for member in members:
+        if member.kind == "method" and not any(each.by_value for each in member.arguments):
+            arguments = ", ".join(f'bytes("{each.name}")' if each.bytes else f'text("{each.name}")'
+                                  for each in member.arguments)
+            rows.append(f'method("{member.name}", &PlexumLink::{member.name}, {{{arguments}}}),')
+    return rows
+
+
+def property_rows(members):
+    return [f'property<{CORE[member.type]}>("{member.name}", &PlexumLink::{member.name}, '
+            f'&PlexumLink::{member.name}),' for member in members if member.kind != "method"]
+
+
 def main():
     what, path = sys.argv[1:]
-    members, _ = load()
-    if what == "definitions":
-        lines = [f"#define HELP_{member.name} {json.dumps(member.help)}" for member in members]
-    else:
-        lines = [f"{{{', '.join(map(json.dumps, (member.name, member.signature, member.help)))}}},"
-                 for member in members]
+    rows = {"help": help_rows, "methods": method_rows, "properties": property_rows}[what]
+    lines = rows(load()[0])
     pathlib.Path(path).write_text("".join(line + "\n" for line in lines), encoding="utf-8")
 
 
