@@ -34,24 +34,19 @@ TEST_P(Apartments, CallEarlyBound) {
     LONG slices = 0;
     EXPECT_EQ(link->get_Tzeit(&slices), S_OK);
     EXPECT_EQ(slices, 7);
-    number = L"x";
-    EXPECT_EQ(link->wordtobeyt(&number, &bytes), static_cast<HRESULT>(0x800A000D));
+    BstrVariable no_number(L"x");
+    EXPECT_EQ(link->wordtobeyt(&no_number, &bytes), static_cast<HRESULT>(0x800A000D));
   }
 }
 
 TEST_P(Apartments, CallLateBound) {
   const auto link = create(L"Plexum.PlexumLink");
   ASSERT_TRUE(link);
-  VariantVariable variable = VariantVariable::text(L"70000");
-  std::vector<VariantVariable> arguments;
-  arguments.push_back(VariantVariable::reference(&variable));
-  const auto result = invoke(link.Get(), L"dwordtobeyt", DISPATCH_METHOD, std::move(arguments));
+  VariantVariable variable(L"70000");
+  const auto result = invoke(link.Get(), L"dwordtobeyt", DISPATCH_METHOD, list(&variable));
   EXPECT_EQ(result.status, S_OK);
-  EXPECT_EQ(variable.shown(), L"text 4464");
-
-  arguments.clear();
-  arguments.push_back(VariantVariable::text(L"x"));
-  const auto failed = invoke(link.Get(), L"wordtobeyt", DISPATCH_METHOD, std::move(arguments));
+  EXPECT_EQ(variable.shown(), L"String:4464");
+  const auto failed = invoke(link.Get(), L"wordtobeyt", DISPATCH_METHOD, list(L"x"));
   EXPECT_EQ(failed.status, DISP_E_EXCEPTION);
   EXPECT_EQ(failed.error, static_cast<HRESULT>(0x800A000D));
   EXPECT_EQ(failed.description, L"Type mismatch");

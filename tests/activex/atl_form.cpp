@@ -5,12 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "activex/com_headers.h"
+#include "activex/control_host.h"
 #include "activex/display.h"
 
-using plexum::activex::ComPtr;
-using plexum::test::texts_below;
-
+namespace plexum::test {
 namespace {
 
 constexpr RECT kForm{0, 0, 400, 190};
@@ -35,36 +33,17 @@ void CALLBACK print_labels(HWND, UINT, UINT_PTR, DWORD) {
   std::fflush(stdout);
 }
 
-void read_plc(_PlexumLink& link, const std::wstring& address, const std::wstring& port,
+void read_plc(_PlexumLink* link, const std::wstring& address, const std::wstring& port,
               LONG seconds) {
-  const auto variable = [](const wchar_t* text) { return SysAllocString(text); };
-  BSTR remote = variable(address.c_str());
-  BSTR remote_port = variable(port.c_str());
-  BSTR calling = variable(L"1.0");
-  BSTR called = variable(L"3.2");
-  VARIANT_BOOL connected = VARIANT_FALSE;
-  link.put_Tzeit(seconds * 1000);
-  link.ag_ini(&remote, &remote_port, &calling, &called, &connected);
-  std::printf("connected %d\n", connected != VARIANT_FALSE);
-
-  BSTR db = variable(L"1");
-  BSTR count = variable(L"4");
-  BSTR start = variable(L"0");
-  BSTR type = variable(L"B");
-  BSTR area = variable(L"D");
-  VARIANT result;
-  VariantInit(&result);
-  link.ag_Read(&db, &count, &start, &type, &area, &result);
-  LONG err = 0;
-  link.get_err(&err);
-  std::printf("read type %u, err %ld\n", static_cast<unsigned>(result.vt), err);
-  VariantClear(&result);
-  for (BSTR text : {remote, remote_port, calling, called, db, count, start, type, area}) {
-    SysFreeString(text);
-  }
+  const auto call = [link](const wchar_t* name, std::vector<VariantVariable> arguments) {
+    return narrow(invoke(link, name, DISPATCH_METHOD, arguments).value.shown());
+  };
+  link->put_Tzeit(seconds * 1000);
+  std::printf("connected %s\n", call(L"ag_ini", list(address, port, L"1.0", L"3.2")).c_str());
+  std::printf("read %s\n", call(L"ag_Read", list(1, 4, 0, L"B", L"D")).c_str());
   // A tick more, for what the labels show in the end.
   const DWORD begin = GetTickCount();
-  while (GetTickCount() - begin < 500) link.MsgWait(50);
+  while (GetTickCount() - begin < 500) link->MsgWait(50);
 }
 
 int run(const std::wstring& address, const std::wstring& port, LONG seconds) {
@@ -84,7 +63,7 @@ int run(const std::wstring& address, const std::wstring& port, LONG seconds) {
     return 2;
   }
   const UINT_PTR timer = SetTimer(nullptr, 0, 20, print_labels);
-  read_plc(*link.Get(), address, port, seconds);
+  read_plc(link.Get(), address, port, seconds);
   KillTimer(nullptr, timer);
   control.Reset();
   link.Reset();
@@ -99,6 +78,7 @@ std::wstring wide(const char* text) {
 }
 
 }  // namespace
+}  // namespace plexum::test
 
 int main(int count, char** arguments) {
   if (count < 3) {
@@ -110,8 +90,9 @@ int main(int count, char** arguments) {
     return 2;
   }
   OleInitialize(nullptr);
-  const int result = run(wide(arguments[1]), wide(arguments[2]),
-                         count > 3 ? static_cast<LONG>(std::atoi(arguments[3])) : 1);
+  const int result =
+      plexum::test::run(plexum::test::wide(arguments[1]), plexum::test::wide(arguments[2]),
+                        count > 3 ? static_cast<LONG>(std::atoi(arguments[3])) : 1);
   OleUninitialize();
   return result;
 }

@@ -1,20 +1,37 @@
 #include "activex/control_host.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <stdexcept>
 
 namespace plexum::test {
 namespace {
-
-std::wstring text_of(BSTR text) {
-  return text == nullptr ? std::wstring() : std::wstring(text, SysStringLen(text));
-}
 
 template <typename Function>
 Function exported(HMODULE module, const char* name) {
   const FARPROC address = GetProcAddress(module, name);
   if (address == nullptr) throw std::runtime_error(std::string("no export ") + name);
   return reinterpret_cast<Function>(reinterpret_cast<void*>(address));
+}
+
+std::wstring shown_double(double number) {
+  wchar_t text[40];
+  std::swprintf(text, std::size(text), L"%.17g", number);
+  return text;
+}
+
+template <typename Element, typename Show>
+std::wstring shown_array(const wchar_t* name, SAFEARRAY* array, Show show) {
+  LONG lower = 0;
+  LONG upper = 0;
+  SafeArrayGetLBound(array, 1, &lower);
+  SafeArrayGetUBound(array, 1, &upper);
+  void* memory = nullptr;
+  SafeArrayAccessData(array, &memory);
+  std::wstring result = name + std::to_wstring(lower) + L"[";
+  for (LONG i = 0; i <= upper - lower; ++i) result += show(static_cast<Element*>(memory)[i]) + L" ";
+  SafeArrayUnaccessData(array);
+  return result + L"]";
 }
 
 }  // namespace
@@ -34,21 +51,12 @@ ControlFile::ControlFile() {
   can_unload_now_ = exported<CanUnloadNow>(module, "DllCanUnloadNow");
 }
 
-ComPtr<IClassFactory> ControlFile::class_factory() const {
+ComPtr<IClassFactory> ControlFile::class_factory(const CLSID& clsid) const {
   ComPtr<IClassFactory> factory;
-  const HRESULT result = get_class_object_(__uuidof(::PlexumLink), IID_PPV_ARGS(&factory));
+  const HRESULT result = get_class_object_(clsid, IID_PPV_ARGS(&factory));
   if (result != S_OK) throw std::runtime_error("no class object");
   return factory;
 }
-
-ComPtr<_PlexumLink> ControlFile::create() const {
-  ComPtr<_PlexumLink> link;
-  const HRESULT result = class_factory()->CreateInstance(nullptr, IID_PPV_ARGS(&link));
-  if (result != S_OK) throw std::runtime_error("no control");
-  return link;
-}
-
-bool ControlFile::is_unused() const { return can_unload_now_() == S_OK; }
 
 ControlTest::ControlTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
 
@@ -58,101 +66,36 @@ ControlTest::~ControlTest() {
   CoUninitialize();
 }
 
-VariantVariable VariantVariable::text(std::wstring_view text) {
-  VariantVariable result;
-  result.variant_.vt = VT_BSTR;
-  result.variant_.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-  return result;
-}
-
-VariantVariable VariantVariable::number(double number) {
-  VariantVariable result;
-  result.variant_.vt = VT_R8;
-  result.variant_.dblVal = number;
-  return result;
-}
-
-VariantVariable VariantVariable::integer(LONG number) {
-  VariantVariable result;
-  result.variant_.vt = VT_I4;
-  result.variant_.lVal = number;
-  return result;
-}
-
-VariantVariable VariantVariable::boolean(bool value) {
-  VariantVariable result;
-  result.variant_.vt = VT_BOOL;
-  result.variant_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-  return result;
-}
-
-VariantVariable VariantVariable::object(IDispatch* object) {
-  VariantVariable result;
-  result.variant_.vt = VT_DISPATCH;
-  result.variant_.pdispVal = object;
-  if (object != nullptr) object->AddRef();
-  return result;
-}
-
-VariantVariable VariantVariable::reference(VARIANT* variable) {
-  VariantVariable result;
-  result.variant_.vt = VT_BYREF | VT_VARIANT;
-  result.variant_.pvarVal = variable;
-  return result;
-}
-
-VariantVariable VariantVariable::reference(BSTR* variable) {
-  VariantVariable result;
-  result.variant_.vt = VT_BYREF | VT_BSTR;
-  result.variant_.pbstrVal = variable;
-  return result;
-}
-
-VariantVariable VariantVariable::reference(LONG* variable) {
-  VariantVariable result;
-  result.variant_.vt = VT_BYREF | VT_I4;
-  result.variant_.plVal = variable;
-  return result;
-}
-
-VariantVariable VariantVariable::reference(double* variable) {
-  VariantVariable result;
-  result.variant_.vt = VT_BYREF | VT_R8;
-  result.variant_.pdblVal = variable;
-  return result;
-}
-
-VariantVariable VariantVariable::omitted() {
-  VariantVariable result;
-  result.variant_.vt = VT_ERROR;
-  result.variant_.scode = DISP_E_PARAMNOTFOUND;
-  return result;
-}
-
-std::wstring VariantVariable::shown() const {
-  const std::wstring type = L"vt " + std::to_wstring(variant_.vt);
-  switch (variant_.vt) {
+std::wstring shown(const VARIANT& value,
+                   const std::function<std::wstring(std::wstring_view)>& text) {
+  const auto element = [&](const VARIANT& each) { return shown(each, text); };
+  const auto number = [](const wchar_t* type, long each) { return type + std::to_wstring(each); };
+  switch (value.vt) {
     case VT_EMPTY:
-      return L"empty";
-    case VT_BSTR:
-      return L"text " + text_of(variant_.bstrVal);
-    case VT_I2:
-      return L"integer " + std::to_wstring(variant_.iVal);
-    case VT_I4:
-      return L"long " + std::to_wstring(variant_.lVal);
-    case VT_R8:
-      return L"double " + std::to_wstring(variant_.dblVal);
+      return L"Empty";
     case VT_BOOL:
-      return variant_.boolVal == VARIANT_TRUE    ? L"true"
-             : variant_.boolVal == VARIANT_FALSE ? L"false"
-                                                 : L"no Boolean";
+      return number(L"Boolean:", value.boolVal == VARIANT_TRUE ? 1 : value.boolVal);
+    case VT_I2:
+      return number(L"Integer:", value.iVal);
+    case VT_I4:
+      return number(L"Long:", value.lVal);
+    case VT_R8:
+      return L"Double:" + shown_double(value.dblVal);
+    case VT_BSTR: {
+      const std::wstring_view all(value.bstrVal, SysStringLen(value.bstrVal));
+      return L"String:" + (text ? text(all) : std::wstring(all));
+    }
+    case VT_ARRAY | VT_R8:
+      return shown_array<double>(L"Double()", value.parray, shown_double);
+    case VT_ARRAY | VT_VARIANT:
+      return shown_array<VARIANT>(L"Variant()", value.parray, element);
     default:
-      return type;
+      return number(L"vt", value.vt);
   }
 }
 
 LateBoundResult invoke(IDispatch* object, const wchar_t* name, WORD flags,
-                       std::vector<VariantVariable> arguments,
+                       const std::vector<VariantVariable>& arguments,
                        const std::vector<const wchar_t*>& names) {
   std::vector<LPOLESTR> all{const_cast<LPOLESTR>(name)};
   for (const wchar_t* argument : names) all.push_back(const_cast<LPOLESTR>(argument));
@@ -165,8 +108,8 @@ LateBoundResult invoke(IDispatch* object, const wchar_t* name, WORD flags,
   // Named arguments come first in the block, the others in reverse order.
   const std::size_t unnamed = arguments.size() - names.size();
   std::vector<VARIANT> block;
-  for (std::size_t i = unnamed; i < arguments.size(); ++i) block.push_back(*&arguments[i]);
-  for (std::size_t i = unnamed; i-- > 0;) block.push_back(*&arguments[i]);
+  for (std::size_t i = unnamed; i < arguments.size(); ++i) block.push_back(arguments[i].get());
+  for (std::size_t i = unnamed; i-- > 0;) block.push_back(arguments[i].get());
   std::vector<DISPID> named(ids.begin() + 1, ids.end());
   if (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) {
     named.insert(named.begin(), DISPID_PROPERTYPUT);
@@ -177,10 +120,11 @@ LateBoundResult invoke(IDispatch* object, const wchar_t* name, WORD flags,
   result.status = object->Invoke(ids[0], IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
                                  &result.value, &exception, &result.argument);
   result.error = exception.scode;
-  result.description = text_of(exception.bstrDescription);
-  result.source = text_of(exception.bstrSource);
-  SysFreeString(exception.bstrDescription);
-  SysFreeString(exception.bstrSource);
+  for (const auto& [text, place] : {std::pair(exception.bstrDescription, &result.description),
+                                    std::pair(exception.bstrSource, &result.source)}) {
+    *place = std::wstring(text, text + SysStringLen(text));
+    SysFreeString(text);
+  }
   SysFreeString(exception.bstrHelpFile);
   return result;
 }

@@ -66,13 +66,10 @@ class FaceTest : public ControlTest {
     for (int i = 0; i < 200 && status() != wanted; ++i) link_->MsgWait(10);
   }
   HRESULT connect(TcpPeer& peer) {
-    link_->put_Tzeit(1000000);
-    BstrVariable address(L"127.0.0.1");
-    BstrVariable port(std::to_wstring(peer.port()).c_str());
-    BstrVariable calling(L"1.0");
-    BstrVariable called(L"3.2");
+    _PlexumLink* link = link_.Get();  // which the test may release meanwhile
+    link->put_Tzeit(1000000);
     VARIANT_BOOL result = VARIANT_FALSE;
-    return link_->ag_ini(&address, &port, &calling, &called, &result);
+    return Address(peer.port()).ini(link, &result);
   }
 
   // The form that the control lies on. A new window on the display takes seconds, so tests share it
@@ -192,19 +189,12 @@ TEST_F(FaceTest, SurvivesTheEndOfTheWindowAboveIt) {
 TEST_F(FaceTest, AFormMayCloseWhileAJobWaits) {
   EXPECT_EQ(show(), S_OK);
   TcpPeer peer;
-  _PlexumLink* link = link_.Get();
   const ThreadTimer timer(150, [&] {
     close();
     DestroyWindow(form_);
     link_.Reset();
   });
-  link->put_Tzeit(1000000);
-  BstrVariable address(L"127.0.0.1");
-  BstrVariable port(std::to_wstring(peer.port()).c_str());
-  BstrVariable calling(L"1.0");
-  BstrVariable called(L"3.2");
-  VARIANT_BOOL result = VARIANT_TRUE;
-  EXPECT_EQ(link->ag_ini(&address, &port, &calling, &called, &result), E_ABORT);
+  EXPECT_EQ(connect(peer), E_ABORT);
   EXPECT_TRUE(file().is_unused());
 }
 

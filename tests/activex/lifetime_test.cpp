@@ -15,11 +15,7 @@ class Lifetime : public ControlTest {
 
   // ag_ini to the silent PLC.
   HRESULT connect(_PlexumLink* link, VARIANT_BOOL* result) {
-    BstrVariable address(L"127.0.0.1");
-    BstrVariable port(std::to_wstring(peer_.port()).c_str());
-    BstrVariable calling(L"1.0");
-    BstrVariable called(L"3.2");
-    return link->ag_ini(&address, &port, &calling, &called, result);
+    return Address(peer_.port()).ini(link, result);
   }
 
   TcpPeer peer_;
@@ -38,12 +34,8 @@ TEST_F(Lifetime, TheLastReleaseEndsAWait) {
 TEST_F(Lifetime, TheLastReleaseEndsALateBoundWait) {
   _PlexumLink* link = link_.Detach();
   const ThreadTimer timer(50, [link] { link->Release(); });
-  std::vector<VariantVariable> arguments;
-  for (const std::wstring& text : {std::wstring(L"127.0.0.1"), std::to_wstring(peer_.port()),
-                                   std::wstring(L"1.0"), std::wstring(L"3.2")}) {
-    arguments.push_back(VariantVariable::text(text));
-  }
-  const auto result = invoke(link, L"ag_ini", DISPATCH_METHOD, std::move(arguments));
+  const auto result =
+      invoke(link, L"ag_ini", DISPATCH_METHOD, list(L"127.0.0.1", peer_.port(), L"1.0", L"3.2"));
   EXPECT_EQ(result.status, DISP_E_EXCEPTION);
   EXPECT_EQ(result.error, E_ABORT);
 }
@@ -62,20 +54,17 @@ TEST_F(Lifetime, AReleaseThatIsNotTheLastLetsTheWaitGoOn) {
 }
 
 TEST_F(Lifetime, AHostMayFreeItsArgumentsInAWait) {
-  BstrVariable address(L"127.0.0.1");
-  BstrVariable port(std::to_wstring(peer_.port()).c_str());
-  BstrVariable calling(L"1.0");
-  BstrVariable called(L"3.2");
+  Address address(peer_.port());
   const ThreadTimer timer(50, [&] {
-    for (BSTR* text : {&address, &port, &calling, &called}) {
+    for (BSTR* text : {&address.host, &address.port, &address.calling, &address.called}) {
       SysFreeString(*text);
       *text = SysAllocString(L"changed by the host meanwhile, and longer than it was");
     }
     link_->put_Tzeit(0);
   });
   VARIANT_BOOL result = VARIANT_TRUE;
-  EXPECT_EQ(link_->ag_ini(&address, &port, &calling, &called, &result), S_OK);
-  EXPECT_EQ(address.text(), L"changed by the host meanwhile, and longer than it was");
+  EXPECT_EQ(address.ini(link_.Get(), &result), S_OK);
+  EXPECT_EQ(address.host.text(), L"changed by the host meanwhile, and longer than it was");
 }
 
 TEST_F(Lifetime, AHostMayCallInFromAWait) {
@@ -148,27 +137,9 @@ TEST_F(Lifetime, ReadsFromAPlc) {
   VARIANT_BOOL connected = VARIANT_FALSE;
   EXPECT_EQ(connect(link_.Get(), &connected), S_OK);
   EXPECT_EQ(connected, VARIANT_TRUE);
-  BstrVariable db(L"10");
-  BstrVariable count(L"4");
-  BstrVariable start(L"0");
-  BstrVariable type(L"W");
-  BstrVariable area(L"D");
-  VariantVariable words;
-  EXPECT_EQ(link_->ag_Read(&db, &count, &start, &type, &area, &words), S_OK);
+  const auto words = invoke(link_.Get(), L"ag_Read", DISPATCH_METHOD, list(10, 4, 0, L"W", L"D"));
   plc.join();
-  ASSERT_EQ(words.type(), VT_ARRAY | VT_R8);
-  SAFEARRAY* array = words.get().parray;
-  LONG lower = 0;
-  LONG upper = 0;
-  SafeArrayGetLBound(array, 1, &lower);
-  SafeArrayGetUBound(array, 1, &upper);
-  EXPECT_EQ(lower, 1);
-  ASSERT_EQ(upper, 2);
-  double value = 0;
-  SafeArrayGetElement(array, &lower, &value);
-  EXPECT_EQ(value, 258);
-  SafeArrayGetElement(array, &upper, &value);
-  EXPECT_EQ(value, 33023);
+  EXPECT_EQ(words.value.shown(), L"Double()1[258 33023 ]");
 }
 
 }  // namespace

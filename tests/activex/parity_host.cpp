@@ -5,7 +5,6 @@
 // of its bytes after "x"; an answer is one line of fields that parity_test.py also makes of the
 // answers of `plexum host`.
 #include <array>
-#include <cstdio>
 #include <iostream>
 #include <sstream>
 
@@ -33,68 +32,27 @@ std::wstring host_text(const std::string& byte_string) {
   return text;
 }
 
-std::string hex_of(BSTR text) {
+// A text as the hex codes of its bytes.
+std::wstring hex_of(std::wstring_view text) {
   static const auto kCharacters = ansi_characters();
-  std::string result = "x";
-  for (UINT i = 0; i < SysStringLen(text); ++i) {
+  std::wstring result = L"x";
+  for (const wchar_t character : text) {
     unsigned byte = 0;
-    while (byte < 255 && kCharacters[byte] != text[i]) ++byte;
-    char digits[3];
-    std::snprintf(digits, sizeof digits, "%02x", byte);
-    result += digits;
+    while (byte < 255 && kCharacters[byte] != character) ++byte;
+    for (const unsigned digit : {byte / 16, byte % 16}) result += L"0123456789abcdef"[digit];
   }
   return result;
 }
 
-std::string shown(const VARIANT& value);
-
-template <typename Element, typename Show>
-std::string shown_array(const char* name, SAFEARRAY* array, Show show) {
-  LONG lower = 0;
-  LONG upper = 0;
-  SafeArrayGetLBound(array, 1, &lower);
-  SafeArrayGetUBound(array, 1, &upper);
-  void* memory = nullptr;
-  SafeArrayAccessData(array, &memory);
-  std::string result = name + std::to_string(lower) + "[";
-  for (LONG i = 0; i <= upper - lower; ++i) result += show(static_cast<Element*>(memory)[i]) + " ";
-  SafeArrayUnaccessData(array);
-  return result + "]";
-}
-
-std::string shown_double(double number) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.17g", number);
-  return text;
-}
-
-std::string shown(const VARIANT& value) {
-  switch (value.vt) {
-    case VT_EMPTY:
-      return "Empty";
-    case VT_BOOL:
-      return value.boolVal == VARIANT_TRUE ? "Boolean:1" : "Boolean:0";
-    case VT_I2:
-      return "Integer:" + std::to_string(value.iVal);
-    case VT_I4:
-      return "Long:" + std::to_string(value.lVal);
-    case VT_R8:
-      return "Double:" + shown_double(value.dblVal);
-    case VT_BSTR:
-      return "String:" + hex_of(value.bstrVal);
-    case VT_ARRAY | VT_R8:
-      return shown_array<double>("Double()", value.parray, shown_double);
-    case VT_ARRAY | VT_VARIANT:
-      return shown_array<VARIANT>("Variant()", value.parray, shown);
-    default:
-      return "vt" + std::to_string(value.vt);
-  }
+std::string shown_in_hex(const VARIANT& value) {
+  const std::wstring text = shown(value, hex_of);
+  return {text.begin(), text.end()};
 }
 
 std::string state_of(IDispatch* link) {
   std::string result;
   for (const wchar_t* name : {L"err", L"inuse", L"s7init", L"auftrag_Fehler"}) {
-    result += " " + shown(invoke(link, name, DISPATCH_PROPERTYGET, {}).value.get());
+    result += " " + shown_in_hex(invoke(link, name, DISPATCH_PROPERTYGET, {}).value.get());
   }
   return result;
 }
@@ -106,25 +64,23 @@ std::string answer(IDispatch* link, const std::string& line) {
   fields >> kind >> member;
   std::vector<VariantVariable> variables;
   for (std::string field; fields >> field;) {
-    variables.push_back(VariantVariable::text(host_text(bytes(field.substr(1)))));
+    variables.emplace_back(host_text(bytes(field.substr(1))));
   }
   std::vector<VariantVariable> arguments;
-  for (VariantVariable& variable : variables) {
-    arguments.push_back(VariantVariable::reference(&variable));
-  }
+  for (VariantVariable& variable : variables) arguments.emplace_back(&variable);
   const WORD flags = kind == "get"   ? DISPATCH_PROPERTYGET
                      : kind == "set" ? DISPATCH_PROPERTYPUT
                                      : DISPATCH_METHOD | DISPATCH_PROPERTYGET;
   const std::wstring name(member.begin(), member.end());
-  const auto result = invoke(link, name.c_str(), flags, std::move(arguments));
+  const auto result = invoke(link, name.c_str(), flags, arguments);
 
-  std::string text = result.status == S_OK ? shown(result.value.get())
+  std::string text = result.status == S_OK ? shown_in_hex(result.value.get())
                      : result.status == DISP_E_EXCEPTION
                          ? "error:" + std::to_string(result.error & 0xFFFF)
                          : "status:" + std::to_string(result.status);
   text += " |";
   if (kind == "call") {
-    for (const VariantVariable& variable : variables) text += " " + shown(variable.get());
+    for (const VariantVariable& variable : variables) text += " " + shown_in_hex(variable.get());
   }
   return text + " |" + state_of(link);
 }

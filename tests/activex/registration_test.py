@@ -4,14 +4,18 @@ of the control in every order, for all users and for one, in a Wine prefix of it
 what the registry holds and at what a script host can create. Where nothing is registered, a host
 with a manifest finds the control nonetheless."""
 import os
+import pathlib
 import subprocess
 import sys
 import tempfile
 
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "activex"))
+import identity  # noqa: E402
+
 SYSTEM = {64: r"C:\windows\system32", 32: r"C:\windows\syswow64"}
-CLASS = r"CLSID\{64643F6A-8FA8-46F5-84E0-D4FE4F73595C}"
-TYPE_LIBRARY = r"TypeLib\{ACD85100-F31F-49C6-B8A9-20E8DDA5729C}"
-INTERFACE = r"Interface\{C2157FE1-6F89-4F61-B560-4E51AF201512}"
+FACTS = identity.load()
+REGISTRY = identity.Registry(FACTS)
 
 wine, prefix, *folders = sys.argv[1:]
 FILES = {bits: os.path.join(folder, "PlexumLink.ocx") for bits, folder in zip((64, 32), folders)}
@@ -33,26 +37,38 @@ def windows_path(path):
     return "Z:" + path.replace("/", "\\")
 
 
-def registry(root):
-    """All keys with their values below root, as one text."""
+def registered(root, bits):
+    """Every value below Software\\Classes as (key, name, text), keys in lower case."""
+    values = set()
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "registry.reg")
-        done = run("reg", "export", root, windows_path(path), "/y")
-        demand(done.returncode == 0, f"reg export {root}: {done.stdout}{done.stderr}")
+        top = f"{root}\\Software\\Classes"
+        done = run("reg", "export", top, windows_path(path), "/y", f"/reg:{bits}")
+        if done.returncode != 0:
+            return values
+        key = None
         with open(path, encoding="utf-16") as file:
-            return file.read()
+            for line in file.read().splitlines():
+                name, is_value, text = line.partition("=")
+                if line.startswith("["):
+                    key = line[1:-1].split("\\", 3)[-1].lower()
+                elif is_value:
+                    values.add((key, "" if name == "@" else name.strip('"'),
+                                text.strip('"').replace("\\\\", "\\")))
+    return values
 
 
 def ours():
-    text = registry("HKLM\\Software\\Classes") + registry("HKCU\\Software")
-    return [line for line in text.splitlines()
-            if any(mark.lower() in line.lower()
-                   for mark in ("plexum", CLASS, TYPE_LIBRARY, INTERFACE))]
+    marks = ["plexum", *(FACTS[each]["id"].lower() for each in
+                         ("library", "control", "property_page", "interface", "events"))]
+    return [value for root in ("HKLM", "HKCU") for bits in SYSTEM
+            for value in registered(root, bits)
+            if any(mark in part.lower() for mark in marks for part in value)]
 
 
-def has_key(path, bits, root="HKLM"):
-    done = run("reg", "query", f"{root}\\Software\\Classes\\{path}", f"/reg:{bits}")
-    return done.returncode == 0
+def wanted(bits):
+    return {(key.lower(), name, text) for key, name, text in
+            REGISTRY.values_for(windows_path(FILES[bits]), bits)}
 
 
 def regsvr(bits, *options):
@@ -65,17 +81,15 @@ def can_create(bits, script):
     return "TZEIT 100" in done.stdout
 
 
-def expect(script, what, **expected):
-    """What is registered for all users, by bitness."""
-    for bits in (64, 32):
-        wanted = expected[f"b{bits}"]
-        demand(has_key(CLASS + "\\InprocServer32", bits) == wanted, f"{what}: {bits}-bit class")
-        demand(has_key(INTERFACE + "\\ProxyStubClsid32", bits) == wanted,
-               f"{what}: {bits}-bit interface")
-        demand(can_create(bits, script) == wanted, f"{what}: {bits}-bit host")
-        if wanted:
-            demand(has_key(TYPE_LIBRARY + f"\\1.0\\0\\win{bits}", 64),
-                   f"{what}: {bits}-bit type library")  # one key for both bitnesses
+def expect(script, what, *all_registered):
+    """The bitnesses that are registered for all users; the last of them was registered last."""
+    for bits in SYSTEM:
+        values = registered("HKLM", bits)
+        is_there = (REGISTRY.server.lower(), "", windows_path(FILES[bits])) in values
+        demand(is_there == (bits in all_registered), f"{what}: {bits}-bit class")
+        demand(can_create(bits, script) == is_there, f"{what}: {bits}-bit host")
+        missing = wanted(bits) - values if bits == all_registered[-1] else ()
+        demand(not missing, f"{what}: {bits}-bit values {missing}")
 
 
 def for_all_users(script):
@@ -83,23 +97,25 @@ def for_all_users(script):
         regsvr(first)
         regsvr(second)
         regsvr(second)  # again, as an upgrade does
-        expect(script, "both", b64=True, b32=True)
+        expect(script, "both", first, second)
         regsvr(first, "/u")
-        expect(script, f"{first} gone", **{f"b{first}": False, f"b{second}": True})
+        expect(script, f"{first} gone", second)
         regsvr(second, "/u")
-        demand(not ours(), "left behind:\n" + "\n".join(ours()))
+        demand(not ours(), f"left behind: {ours()}")
         regsvr(second, "/u")  # nothing there is no failure
 
 
 def for_one_user():
-    for bits in (64, 32):
+    for bits in SYSTEM:
         regsvr(bits, "/n", "/i:user")
-    for bits in (64, 32):
-        demand(has_key(CLASS + "\\InprocServer32", bits, "HKCU"), f"{bits}-bit class of one user")
-        demand(not has_key(CLASS, bits), "nothing for all users")
-    for bits in (64, 32):
+    for bits in SYSTEM:
+        key = f"Software\\Classes\\{REGISTRY.server}"
+        for root, there in (("HKCU", True), ("HKLM", False)):
+            done = run("reg", "query", f"{root}\\{key}", f"/reg:{bits}")
+            demand((done.returncode == 0) == there, f"{bits}-bit class of one user in {root}")
+    for bits in SYSTEM:
         regsvr(bits, "/u", "/n", "/i:user")
-    demand(not ours(), "left behind:\n" + "\n".join(ours()))
+    demand(not ours(), f"left behind: {ours()}")
     done = run(SYSTEM[64] + "\\regsvr32.exe", "/s", "/n", "/i:nonsense", FILES[64])
     demand(done.returncode != 0, "an unknown command line is refused")
 
@@ -112,9 +128,9 @@ def by_manifest():
 
 def clean_up():
     """Also of what a run that was broken off has left."""
-    for bits in (64, 32):
-        run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", FILES[bits])
-        run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", "/n", "/i:user", FILES[bits])
+    for bits in SYSTEM:
+        for scope in ([], ["/n", "/i:user"]):
+            run(SYSTEM[bits] + "\\regsvr32.exe", "/s", "/u", *scope, FILES[bits])
 
 
 def main():
@@ -122,7 +138,7 @@ def main():
         demand(os.path.exists(path), f"{path} isn't built; both bitnesses are tested together")
     try:
         clean_up()
-        demand(not ours(), f"{prefix} isn't fresh:\n" + "\n".join(ours()))
+        demand(not ours(), f"{prefix} isn't fresh: {ours()}")
         with tempfile.TemporaryDirectory() as folder:
             script = os.path.join(folder, "create.vbs")
             with open(script, "w", encoding="ascii") as file:
