@@ -15,8 +15,6 @@ const char* text_of(std::int32_t number) {
       return "Subscript out of range";
     case kTypeMismatch:
       return "Type mismatch";
-    case kObjectRequired:
-      return "Object required";
     case kTcpWrongState:
       return "Wrong protocol or connection state for the requested transaction or request";
     case kTcpInvalidArgument:

@@ -12,7 +12,6 @@ inline constexpr std::int32_t kInvalidArgument = 5;
 inline constexpr std::int32_t kOverflow = 6;
 inline constexpr std::int32_t kSubscriptOutOfRange = 9;
 inline constexpr std::int32_t kTypeMismatch = 13;
-inline constexpr std::int32_t kObjectRequired = 424;
 
 // The TCP client's own errors, by the numbers of the environment's TCP client component.
 inline constexpr std::int32_t kTcpWrongState = 40006;        // sending without a connection

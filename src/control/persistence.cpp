@@ -9,7 +9,7 @@
 namespace plexum {
 namespace {
 
-const LinkProperties kNew;
+const LinkProperties kDefaults;
 
 // The number that a container stored, if it stored one.
 std::optional<double> stored_number(const Value& stored) {
@@ -38,24 +38,24 @@ std::int32_t stored_long(const Value& stored, HostEnvironment& environment) {
 
 }  // namespace
 
-void PlexumLink::UserControl_InitProperties() { cycle_.properties = kNew; }
+void PlexumLink::UserControl_InitProperties() { cycle_.properties = kDefaults; }
 
 // Each value is stored as it is read, so a bag that fails half-way leaves the earlier ones loaded.
 void PlexumLink::UserControl_ReadProperties(PropertyBag& bag) {
   LinkProperties& loaded = cycle_.properties;
   HostEnvironment& environment = cycle_.environment;
-  loaded.CP_IP = stored_text(bag.ReadProperty("CP_IP", kNew.CP_IP), environment);
-  loaded.TsapF = stored_text(bag.ReadProperty("TsapF", kNew.TsapF), environment);
-  loaded.TsapE = stored_text(bag.ReadProperty("TsapE", kNew.TsapE), environment);
-  loaded.Tzeit = stored_long(bag.ReadProperty("Tzeit", kNew.Tzeit), environment);
+  loaded.CP_IP = stored_text(bag.ReadProperty("CP_IP", kDefaults.CP_IP), environment);
+  loaded.TsapF = stored_text(bag.ReadProperty("TsapF", kDefaults.TsapF), environment);
+  loaded.TsapE = stored_text(bag.ReadProperty("TsapE", kDefaults.TsapE), environment);
+  loaded.Tzeit = stored_long(bag.ReadProperty("Tzeit", kDefaults.Tzeit), environment);
 }
 
 void PlexumLink::UserControl_WriteProperties(PropertyBag& bag) const {
   const LinkProperties& present = cycle_.properties;
-  bag.WriteProperty("CP_IP", present.CP_IP, kNew.CP_IP);
-  bag.WriteProperty("TsapF", present.TsapF, kNew.TsapF);
-  bag.WriteProperty("TsapE", present.TsapE, kNew.TsapE);
-  bag.WriteProperty("Tzeit", present.Tzeit, kNew.Tzeit);
+  bag.WriteProperty("CP_IP", present.CP_IP, kDefaults.CP_IP);
+  bag.WriteProperty("TsapF", present.TsapF, kDefaults.TsapF);
+  bag.WriteProperty("TsapE", present.TsapE, kDefaults.TsapE);
+  bag.WriteProperty("Tzeit", present.Tzeit, kDefaults.Tzeit);
 }
 
 }  // namespace plexum
