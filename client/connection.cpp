@@ -30,6 +30,19 @@ std::uint8_t tpdu_size_for(std::size_t pdu) {
   return size;
 }
 
+Reason reason_of(ConnectFailure failure) {
+  switch (failure) {
+    case ConnectFailure::kRefused:
+      return Reason::kRefused;
+    case ConnectFailure::kNoSuchHost:
+      return Reason::kNoSuchHost;
+    case ConnectFailure::kTimeOut:
+      return Reason::kTimeOut;
+    default:
+      return Reason::kUnreachable;
+  }
+}
+
 // A failure while connecting, as a failure to connect.
 Failure while_connecting(Step step, const Failure& failure) {
   if (std::holds_alternative<ClosedByPlc>(failure)) return NoConnection{step, Reason::kClosed};
@@ -77,8 +90,7 @@ void Connection::connect_tcp(const Endpoint& endpoint) {
   for (;;) {
     const std::int16_t state = tcp_.State();
     if (state == kTcpConnected) return;
-    // The seam doesn't tell why.
-    if (state == kTcpError) fail(NoConnection{Step::kTcp, Reason::kUnreachable});
+    if (state == kTcpError) fail(NoConnection{Step::kTcp, reason_of(tcp_.connect_failure())});
     if (state == kTcpClosed || state == kTcpPeerClosing) fail(ClosedByPlc{});
     pass_slice(remaining());
   }

@@ -9,8 +9,8 @@ namespace {
 struct Text {
   std::string operator()(const NoConnection& failure) const {
     constexpr const char* kSteps[] = {"TCP", "COTP", "set-up"};
-    constexpr const char* kReasons[] = {"not connected", "refused", "unreachable", "time-out",
-                                        "closed"};
+    constexpr const char* kReasons[] = {"not connected", "refused",  "no such host",
+                                        "unreachable",   "time-out", "closed"};
     return std::string("NoConnection ") + kSteps[static_cast<int>(failure.step)] + ", " +
            kReasons[static_cast<int>(failure.reason)];
   }

@@ -20,8 +20,9 @@ struct NoConnection {
   };
   enum class Reason : std::uint8_t {
     kNotConnected,  // no attempt was made
-    kRefused,       // the network, the host or the PLC said no
-    kUnreachable,   // no such host, or no way to it
+    kRefused,       // nobody listens there; behind TCP the PLC itself said no
+    kNoSuchHost,    // its name is unknown
+    kUnreachable,   // no way to it
     kTimeOut,       // no answer
     kClosed,        // the PLC ended the attempt
   };

@@ -21,6 +21,7 @@ class ForwardingTcpClient : public TcpClient {
   void SendData(const std::string& bytes) override { inner_.SendData(bytes); }
   std::string GetData() override { return inner_.GetData(); }
   void Close() override { inner_.Close(); }
+  ConnectFailure connect_failure() override { return inner_.connect_failure(); }
 
  protected:
   TcpClient& inner() { return inner_; }

@@ -73,6 +73,12 @@ bool is_connected_to_itself(int descriptor, const SocketAddress& peer) {
          is_same_ip(ip_of(own), ip_of(peer));
 }
 
+ConnectFailure failure_of(int error) {
+  if (error == ECONNREFUSED) return ConnectFailure::kRefused;
+  if (error == ETIMEDOUT) return ConnectFailure::kTimeOut;
+  return ConnectFailure::kUnreachable;
+}
+
 bool would_block(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
 
 }  // namespace
@@ -100,6 +106,7 @@ void PosixTcpClient::RemotePort(std::int32_t port) {
 
 void PosixTcpClient::Connect() {
   if (state_ != kTcpClosed) throw RuntimeError(kTcpInvalidOperation);
+  connect_failure_ = ConnectFailure::kNoSuchHost;  // until there is an address to try
   if (host_.empty() || host_.find('\0') != std::string::npos) {
     state_ = kTcpError;
     return;
@@ -213,6 +220,7 @@ void PosixTcpClient::try_addresses() {
   while (next_address_ < addresses_.size()) {
     const SocketAddress& address = addresses_[next_address_++];
     if (is_unspecified(address)) continue;
+    connect_failure_ = ConnectFailure::kUnreachable;
     descriptor_.reset(::socket(address.storage.ss_family,
                                SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
     if (!descriptor_) continue;
@@ -223,6 +231,7 @@ void PosixTcpClient::try_addresses() {
     if (::connect(descriptor_.get(), address.get(), address.length) == 0) return connected();
     // A near peer has answered already: then there is nothing to wait for.
     if (errno == EINPROGRESS || errno == EINTR) return look_at_connect();
+    connect_failure_ = failure_of(errno);
   }
   descriptor_.reset();
   state_ = kTcpError;
@@ -237,6 +246,7 @@ void PosixTcpClient::look_at_connect() {
     known_at_ = Clock::now();
     update_watch();
   } else {
+    connect_failure_ = failure_of(errno);
     drop_descriptor();
     try_addresses();
   }

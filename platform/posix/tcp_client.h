@@ -40,6 +40,7 @@ class PosixTcpClient final : public TcpClient {
   void SendData(const std::string& bytes) override;
   std::string GetData() override;
   void Close() override;
+  ConnectFailure connect_failure() override { return connect_failure_; }
 
  private:
   void look_if_stale();
@@ -69,6 +70,7 @@ class PosixTcpClient final : public TcpClient {
   std::shared_ptr<std::monostate> look_up_;
   std::vector<SocketAddress> addresses_;
   std::size_t next_address_ = 0;
+  ConnectFailure connect_failure_ = ConnectFailure::kUnknown;  // of the address tried last
   Descriptor descriptor_;
   short watched_ = 0;  // events
 

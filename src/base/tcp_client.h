@@ -14,6 +14,15 @@ inline constexpr std::int16_t kTcpConnected = 7;
 inline constexpr std::int16_t kTcpPeerClosing = 8;
 inline constexpr std::int16_t kTcpError = 9;
 
+// Why a connection did not come up.
+enum class ConnectFailure : std::uint8_t {
+  kUnknown,
+  kNoSuchHost,
+  kUnreachable,
+  kRefused,
+  kTimeOut
+};
+
 // The control's connection to its PLC. No member blocks; a connection comes up, and data arrive,
 // while the host environment waits or processes messages. Errors are RuntimeErrors with the TCP
 // client's own numbers.
@@ -49,6 +58,10 @@ class TcpClient {
 
   // Closes the connection at once and forgets what was not taken; harmless in every state.
   virtual void Close() = 0;
+
+  // Why the last Connect ended in kTcpError. The control doesn't ask; a client that can't tell
+  // leaves it unknown.
+  virtual ConnectFailure connect_failure() { return ConnectFailure::kUnknown; }
 };
 
 }  // namespace plexum
