@@ -98,9 +98,9 @@ def faults_of_links(path, folder, owners):
 def main():
     sources = sorted({path for folder in MAY_INCLUDE for path in (ROOT / folder).rglob("*")
                       if path.suffix in (".h", ".cpp")})
-    lists = sorted(path for top in ("src", "platform", "activex", "sim", "cli", "bench")
+    lists = sorted(path for top in ("src", "client", "platform", "activex", "sim", "cli", "bench")
                    for path in (ROOT / top).rglob("CMakeLists.txt"))
-    strays = [path for top in ("src", "platform", "activex", "sim", "cli", "bench")
+    strays = [path for top in ("src", "client", "platform", "activex", "sim", "cli", "bench")
               for path in sorted((ROOT / top).rglob("*"))
               if path.suffix in (".h", ".cpp") and folder_of(path) is None]
     owners = targets_by_folder(lists)

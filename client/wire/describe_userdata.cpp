@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <string>
 
-#include "cli/watching/trace_notes.h"
+#include "client/wire/notes.h"
 
-namespace plexum::cli {
+namespace plexum::wire {
 namespace {
 
 constexpr std::uint32_t function(std::uint32_t group, std::uint32_t subfunction) {
@@ -18,6 +18,8 @@ constexpr std::uint32_t kListBlocks = function(3, 2);
 constexpr std::uint32_t kBlockInformation = function(3, 3);
 constexpr std::uint32_t kStateList = function(4, 1);
 constexpr std::uint32_t kMessageService = function(4, 2);
+constexpr std::uint32_t kStartSession = function(5, 1);
+constexpr std::uint32_t kEndSession = function(5, 2);
 constexpr std::uint32_t kReadClock = function(7, 1);
 constexpr std::uint32_t kSetClock = function(7, 2);
 
@@ -28,6 +30,8 @@ constexpr NamedCode kFunctions[] = {
     {kBlockInformation, "block information"},
     {kStateList, "read a state list"},
     {kMessageService, "message service"},
+    {kStartSession, "start a session"},
+    {kEndSession, "end a session"},
     {kReadClock, "read the clock"},
     {kSetClock, "set the clock"},
 };
@@ -56,7 +60,7 @@ constexpr NamedCode kStateLists[] = {
     {0xA0, "diagnostic buffer"},
 };
 
-void note_state_list(bool answer, ByteCursor in, TraceNotes& notes) {
+void note_state_list(bool answer, Reader in, Notes& notes) {
   const std::uint32_t id = in.u16();
   const std::uint32_t index = in.u16();
   if (!notes.add("",
@@ -72,7 +76,7 @@ void note_state_list(bool answer, ByteCursor in, TraceNotes& notes) {
   while (length > 0 && in.left() > 0) notes.add("", first_bytes(in.available(length)));
 }
 
-void note_block_list(bool answer, ByteCursor in, TraceNotes& notes) {
+void note_block_list(bool answer, Reader in, Notes& notes) {
   if (!answer) {
     notes.add("", block_type_note(in.take(2)), in);
     return;
@@ -87,7 +91,7 @@ void note_block_list(bool answer, ByteCursor in, TraceNotes& notes) {
   notes.add("", "numbers" + numbers, in);
 }
 
-void note_block_counts(bool answer, ByteCursor in, TraceNotes& notes) {
+void note_block_counts(bool answer, Reader in, Notes& notes) {
   while (answer && in.left() > 0) {
     const std::string type = block_type_note(in.take(2));
     if (!notes.add("", type + ": " + std::to_string(in.u16()), in)) return;
@@ -96,7 +100,7 @@ void note_block_counts(bool answer, ByteCursor in, TraceNotes& notes) {
 
 // A reserved byte, then BCD: century, year, month, day, hour, minute, second, milliseconds with
 // the weekday in the last half byte.
-void note_time(ByteCursor in, TraceNotes& notes) {
+void note_time(Reader in, Notes& notes) {
   constexpr const char* kFormat = "%02X%02X-%02X-%02X %02X:%02X:%02X.%03X";
   std::uint32_t fields[8];
   in.u8();
@@ -108,7 +112,7 @@ void note_time(ByteCursor in, TraceNotes& notes) {
   notes.add("", text, in);
 }
 
-void note_content(std::uint32_t function, bool answer, ByteCursor in, TraceNotes& notes) {
+void note_content(std::uint32_t function, bool answer, Reader in, Notes& notes) {
   switch (function) {
     case kStateList:
       note_state_list(answer, in, notes);
@@ -133,12 +137,12 @@ void note_content(std::uint32_t function, bool answer, ByteCursor in, TraceNotes
 
 }  // namespace
 
-void note_userdata(ByteCursor parameter, ByteCursor data, TraceNotes& notes) {
+void note_userdata(Reader parameter, Reader data, Notes& notes) {
   constexpr std::uint32_t kAnswerMethod = 0x12;
   constexpr NamedCode kTypes[] = {{0, "indication"}, {4, "request"}, {8, "answer"}};
   constexpr std::uint32_t kAnswerType = 8;
   parameter.u24();  // 00 01 12
-  ByteCursor in(parameter.available(parameter.u8()));
+  Reader in(parameter.available(parameter.u8()));
   const std::uint32_t method = in.u8();
   const std::uint32_t type_and_group = in.u8();
   const std::uint32_t type = type_and_group >> 4;
@@ -152,26 +156,27 @@ void note_userdata(ByteCursor parameter, ByteCursor data, TraceNotes& notes) {
   if (method == kAnswerMethod) {
     const std::uint32_t reference = in.u8();
     const std::uint32_t more = in.u8();
-    const std::uint32_t error_class = in.u8();
-    const std::uint32_t error_code = in.u8();
-    text = error_note(error_class, error_code);
+    const std::uint8_t error_class = in.u8();
+    const std::uint8_t error_code = in.u8();
+    text = error_note({error_class, error_code}, notes.words);
     if (reference != 0) text += ", data unit " + std::to_string(reference);
     if (more != 0) text += ", more follows";
     if (!notes.add("", text, in)) return;
   }
   if (data.left() == 0) return;
-  const std::uint32_t return_code = data.u8();
+  const ReturnCode return_code{data.u8()};
   data.u8();  // transport size
   const std::uint32_t length = data.u16();
   const bool answer = type == kAnswerType;
   // An answer without data has the return code 0A (no such object) also after a success, so it is
   // not shown.
-  const std::string head = answer && length > 0 ? return_code_note(return_code) + ", " : "";
+  const std::string head =
+      answer && length > 0 ? return_code_note(return_code, notes.words) + ", " : "";
   if (!notes.add("", length == 0 ? "no data" : head + counted(length, "byte") + " of data", data)) {
     return;
   }
-  const ByteCursor content(data.available(length));
+  const Reader content(data.available(length));
   if (content.left() > 0) note_content(code, answer, content, notes);
 }
 
-}  // namespace plexum::cli
+}  // namespace plexum::wire

@@ -2,12 +2,12 @@
 
 #include <string>
 
-#include "cli/watching/trace_notes.h"
+#include "client/wire/notes.h"
 
-namespace plexum::cli {
+namespace plexum::wire {
 namespace {
 
-enum Function : std::uint32_t {
+enum FunctionCode : std::uint32_t {
   kRead = 0x04,
   kWrite = 0x05,
   kRequestDownload = 0x1A,
@@ -43,7 +43,7 @@ constexpr NamedCode kElementTypes[] = {
 constexpr std::uint32_t kCounters = 0x1C;
 constexpr std::uint32_t kTimers = 0x1D;
 
-// An area as it is written in front of an address: "DB10.DBX", "M ".
+// "DB10.DBX", "M " and so on, up to the address.
 std::string area_note(std::uint32_t area, std::uint32_t block) {
   constexpr NamedCode kAreas[] = {{0x80, "P "}, {0x81, "I "}, {0x82, "Q "},      {0x83, "M "},
                                   {0x86, "L "}, {0x87, "V "}, {kCounters, "C "}, {kTimers, "T "}};
@@ -55,12 +55,12 @@ std::string area_note(std::uint32_t area, std::uint32_t block) {
 }
 
 // Where an item lies, as an ANY pointer is written: P#DB10.DBX4.0 BYTE 4.
-bool note_item(std::uint32_t position, ByteCursor& in, TraceNotes& notes) {
+bool note_item(std::uint32_t position, Reader& in, Notes& notes) {
   constexpr std::uint32_t kVarSpec = 0x12;
   constexpr std::uint32_t kAnySyntax = 0x10;
   const std::string name = "item " + std::to_string(position) + ": ";
   const std::uint32_t item_kind = in.u8();
-  ByteCursor item(in.take(in.u8()));
+  Reader item(in.take(in.u8()));
   const std::uint32_t syntax = item.u8();
   if (in.ok() && item.ok() && (item_kind != kVarSpec || syntax != kAnySyntax)) {
     notes.add("", name + "an address of syntax " + hexadecimal(syntax, 2));
@@ -81,11 +81,11 @@ bool note_item(std::uint32_t position, ByteCursor& in, TraceNotes& notes) {
 }
 
 // A data item's return code (of answers), type, length and bytes.
-bool note_data_item(std::uint32_t position, bool answer, ByteCursor& in, TraceNotes& notes) {
+bool note_data_item(std::uint32_t position, bool answer, Reader& in, Notes& notes) {
   constexpr NamedCode kTypes[] = {{0x00, "no data"}, {0x03, "BIT"},      {0x04, "BYTE/WORD/DWORD"},
                                   {0x05, "INTEGER"}, {0x06, "DINTEGER"}, {0x07, "REAL"},
                                   {0x09, "octets"}};
-  const std::uint32_t code = in.u8();
+  const ReturnCode code{in.u8()};
   const std::uint32_t type = in.u8();
   const std::uint32_t length = in.u16();
   const bool in_bits = type >= 0x03 && type <= 0x05;
@@ -93,14 +93,14 @@ bool note_data_item(std::uint32_t position, bool answer, ByteCursor& in, TraceNo
   const std::string_view bytes = in.take(size);
   if (size % 2 != 0) in.available(1);  // filled up to an even length where another item follows
   std::string text = "item " + std::to_string(position) + ": ";
-  if (answer) text += return_code_note(code) + ", ";
+  if (answer) text += return_code_note(code, notes.words) + ", ";
   text += name_of(kTypes, type) + ", " + counted(length, in_bits ? "bit" : "byte");
   if (!bytes.empty()) text += ": " + first_bytes(bytes);
   return notes.add("", text, in);
 }
 
-void note_variables(std::uint32_t function, bool answer, ByteCursor parameter, ByteCursor data,
-                    TraceNotes& notes) {
+void note_variables(std::uint32_t function, bool answer, Reader parameter, Reader data,
+                    Notes& notes) {
   const std::uint32_t count = parameter.u8();
   const std::string name = name_of(kFunctions, function);
   if (!notes.add("", name + ", " + counted(count, "item"), parameter)) return;
@@ -113,13 +113,13 @@ void note_variables(std::uint32_t function, bool answer, ByteCursor parameter, B
     if (!note_data_item(i, answer, data, notes)) return;
   }
   for (std::uint32_t i = 1; function == kWrite && answer && i <= count && data.left() > 0; ++i) {
-    notes.add("", "item " + std::to_string(i) + ": " + return_code_note(data.u8()));
+    notes.add("", "item " + std::to_string(i) + ": " +
+                      return_code_note(ReturnCode{data.u8()}, notes.words));
   }
 }
 
 // Uploads and downloads; `in` begins behind the function code.
-void note_transfer(std::uint32_t function, bool answer, ByteCursor in, ByteCursor data,
-                   TraceNotes& notes) {
+void note_transfer(std::uint32_t function, bool answer, Reader in, Reader data, Notes& notes) {
   if (in.left() == 0) return;
   const std::uint32_t status = in.u8();
   if (answer && (function == kUpload || function == kDownload)) {
@@ -145,7 +145,7 @@ void note_transfer(std::uint32_t function, bool answer, ByteCursor in, ByteCurso
   // "_", the designation, the file system.
   if (!notes.add("", block_note(first.substr(first.empty() ? 0 : 1)), in)) return;
   if (in.left() == 0) return;
-  ByteCursor lengths(in.take(in.u8()));
+  Reader lengths(in.take(in.u8()));
   lengths.u8();  // "1"
   const std::string image = printable(lengths.take(6));
   const std::string code = printable(lengths.take(6));
@@ -165,7 +165,7 @@ std::string service_note(std::string_view name) {
   return printable(name);
 }
 
-void note_service(ByteCursor in, TraceNotes& notes) {
+void note_service(Reader in, Notes& notes) {
   constexpr std::size_t kHead = 7;
   constexpr std::size_t kDesignation = 8;
   in.take(kHead);
@@ -176,7 +176,7 @@ void note_service(ByteCursor in, TraceNotes& notes) {
     if (!argument.empty()) notes.add("", "argument '" + printable(argument) + "'");
     return;
   }
-  ByteCursor blocks(argument);
+  Reader blocks(argument);
   const std::uint32_t count = blocks.u8();
   blocks.u8();
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -184,7 +184,7 @@ void note_service(ByteCursor in, TraceNotes& notes) {
   }
 }
 
-void note_setup(ByteCursor in, TraceNotes& notes) {
+void note_setup(Reader in, Notes& notes) {
   in.u8();  // reserved
   const std::uint32_t calling = in.u16();
   const std::uint32_t called = in.u16();
@@ -197,7 +197,7 @@ void note_setup(ByteCursor in, TraceNotes& notes) {
 
 }  // namespace
 
-void note_job(bool answer, ByteCursor parameter, ByteCursor data, TraceNotes& notes) {
+void note_job(bool answer, Reader parameter, Reader data, Notes& notes) {
   constexpr std::size_t kStopHead = 5;
   const std::uint32_t function = parameter.u8();
   if (function == kRead || function == kWrite) {
@@ -230,4 +230,4 @@ void note_job(bool answer, ByteCursor parameter, ByteCursor data, TraceNotes& no
   }
 }
 
-}  // namespace plexum::cli
+}  // namespace plexum::wire
