@@ -29,43 +29,45 @@ std::optional<std::uint32_t> number_of(std::string_view text) {
 }
 
 // Behind the function: status, two bytes that hold an error where there is one, the transfer's id.
-void build_head(std::uint16_t code, std::uint32_t id, Writer& out) { out.u8(0).u16(code).u32(id); }
+void build_head(std::uint16_t code, std::uint32_t id, Writer& parameter) {
+  parameter.u8(0).u16(code).u32(id);
+}
 
 struct Head {
   std::uint16_t code;
   std::uint32_t id;
 };
 
-Head parse_head(Reader& in) {
-  in.u8();
-  const std::uint16_t code = in.u16();
-  return {code, in.u32()};
+Head parse_head(Reader& parameter) {
+  parameter.u8();
+  const std::uint16_t code = parameter.u16();
+  return {code, parameter.u32()};
 }
 
 // A block's name behind its length: "_", the name.
-void build_name(const BlockName& name, Writer& out) {
-  out.u8(1 + kNameSize).u8('_').bytes(text_of(name));
+void build_name(const BlockName& name, Writer& parameter) {
+  parameter.u8(1 + kNameSize).u8('_').bytes(text_of(name));
 }
 
-std::optional<BlockName> parse_name(Reader& in) {
-  const std::string_view text = in.take(in.u8());
-  if (!in.ok() || text.empty() || text.front() != '_') return {};
+std::optional<BlockName> parse_name(Reader& parameter) {
+  const std::string_view text = parameter.take(parameter.u8());
+  if (!parameter.ok() || text.empty() || text.front() != '_') return {};
   return block_name_of(text.substr(1));
 }
 
 // A job that is nothing but a head and a block's name.
 template <typename Job>
-Parsed<Job> parse_named(Reader& in) {
-  parse_head(in);
-  const std::optional<BlockName> name = parse_name(in);
+Parsed<Job> parse_named(Reader& parameter) {
+  parse_head(parameter);
+  const std::optional<BlockName> name = parse_name(parameter);
   if (!name) return Fault{"no block's name"};
   return Job{*name};
 }
 
 template <typename Job>
-Parsed<Job> parse_id(Reader& in) {
-  const Head head = parse_head(in);
-  if (!in.ok()) return Fault{"ends within the upload's number"};
+Parsed<Job> parse_id(Reader& parameter) {
+  const Head head = parse_head(parameter);
+  if (!parameter.ok()) return Fault{"ends within the upload's number"};
   return Job{head.id};
 }
 
@@ -100,19 +102,19 @@ std::optional<BlockName> block_name_of(std::string_view text) {
   return BlockName{{*type, static_cast<std::uint16_t>(*number)}, FileSystem{system}};
 }
 
-void build(const RequestDownload& job, Writer& out) {
-  build_head(kOfRequests, 0, out);
-  build_name(job.name, out);
-  out.u8(1 + 2 * kDownloadDigits).u8('1');
-  out.bytes(digits(job.image_length, kDownloadDigits));
-  out.bytes(digits(job.code_length, kDownloadDigits));
+void build(const RequestDownload& job, Writer& parameter) {
+  build_head(kOfRequests, 0, parameter);
+  build_name(job.name, parameter);
+  parameter.u8(1 + 2 * kDownloadDigits).u8('1');
+  parameter.bytes(digits(job.image_length, kDownloadDigits));
+  parameter.bytes(digits(job.code_length, kDownloadDigits));
 }
 
-Parsed<RequestDownload> parse_request_download(Reader in) {
-  auto job = parse_named<RequestDownload>(in);
+Parsed<RequestDownload> parse_request_download(Reader parameter) {
+  auto job = parse_named<RequestDownload>(parameter);
   if (!job) return job;
-  const std::string_view lengths = in.take(in.u8());
-  if (!in.ok() || lengths.size() != 1 + 2 * kDownloadDigits || lengths.front() != '1') {
+  const std::string_view lengths = parameter.take(parameter.u8());
+  if (!parameter.ok() || lengths.size() != 1 + 2 * kDownloadDigits || lengths.front() != '1') {
     return Fault{"no lengths of a download"};
   }
   const auto image = number_of(lengths.substr(1, kDownloadDigits));
@@ -123,49 +125,53 @@ Parsed<RequestDownload> parse_request_download(Reader in) {
   return job;
 }
 
-void build(const DownloadBlock& job, Writer& out) {
-  build_head(kNoError, 0, out);
-  build_name(job.name, out);
+void build(const DownloadBlock& job, Writer& parameter) {
+  build_head(kNoError, 0, parameter);
+  build_name(job.name, parameter);
 }
 
-Parsed<DownloadBlock> parse_download_block(Reader in) { return parse_named<DownloadBlock>(in); }
-
-void build(const DownloadEnded& job, Writer& out) {
-  build_head(job.error.number(), 0, out);
-  build_name(job.name, out);
+Parsed<DownloadBlock> parse_download_block(Reader parameter) {
+  return parse_named<DownloadBlock>(parameter);
 }
 
-Parsed<DownloadEnded> parse_download_ended(Reader in) {
-  const std::uint16_t code = parse_head(in).code;
-  const std::optional<BlockName> name = parse_name(in);
+void build(const DownloadEnded& job, Writer& parameter) {
+  build_head(job.error.number(), 0, parameter);
+  build_name(job.name, parameter);
+}
+
+Parsed<DownloadEnded> parse_download_ended(Reader parameter) {
+  const std::uint16_t code = parse_head(parameter).code;
+  const std::optional<BlockName> name = parse_name(parameter);
   if (!name) return Fault{"no block's name"};
   return DownloadEnded{
       *name, {static_cast<std::uint8_t>(code >> 8), static_cast<std::uint8_t>(code & 0xFF)}};
 }
 
-void build(const StartUpload& job, Writer& out) {
-  build_head(kNoError, 0, out);
-  build_name(job.name, out);
+void build(const StartUpload& job, Writer& parameter) {
+  build_head(kNoError, 0, parameter);
+  build_name(job.name, parameter);
 }
 
-Parsed<StartUpload> parse_start_upload(Reader in) { return parse_named<StartUpload>(in); }
+Parsed<StartUpload> parse_start_upload(Reader parameter) {
+  return parse_named<StartUpload>(parameter);
+}
 
-void build(const Upload& job, Writer& out) { build_head(kNoError, job.id, out); }
-Parsed<Upload> parse_upload(Reader in) { return parse_id<Upload>(in); }
+void build(const Upload& job, Writer& parameter) { build_head(kNoError, job.id, parameter); }
+Parsed<Upload> parse_upload(Reader parameter) { return parse_id<Upload>(parameter); }
 
-void build(const EndUpload& job, Writer& out) { build_head(kNoError, job.id, out); }
-Parsed<EndUpload> parse_end_upload(Reader in) { return parse_id<EndUpload>(in); }
+void build(const EndUpload& job, Writer& parameter) { build_head(kNoError, job.id, parameter); }
+Parsed<EndUpload> parse_end_upload(Reader parameter) { return parse_id<EndUpload>(parameter); }
 
-void build(const UploadStarted& answer, Writer& out) {
-  build_head(kOfRequests, answer.id, out);
+void build(const UploadStarted& answer, Writer& parameter) {
+  build_head(kOfRequests, answer.id, parameter);
   const std::string length = digits(answer.image_length, kUploadDigits);
-  out.u8(length.size()).bytes(length);
+  parameter.u8(length.size()).bytes(length);
 }
 
-Parsed<UploadStarted> parse_upload_started(Reader in) {
-  const std::uint32_t id = parse_head(in).id;
-  const auto length = number_of(in.take(in.u8()));
-  if (!in.ok() || !length) return Fault{"no length of the block"};
+Parsed<UploadStarted> parse_upload_started(Reader parameter) {
+  const std::uint32_t id = parse_head(parameter).id;
+  const auto length = number_of(parameter.take(parameter.u8()));
+  if (!parameter.ok() || !length) return Fault{"no length of the block"};
   return UploadStarted{id, *length};
 }
 

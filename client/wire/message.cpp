@@ -32,7 +32,7 @@ void append(MessageType type, std::uint16_t reference, ErrorCode error, std::str
 
 // Parameter and data follow each other, so what has both is built into two byte strings.
 template <typename Content>
-constexpr bool has_data = requires(const Content& content, Writer& out) {
+constexpr bool kHasData = requires(const Content& content, Writer& out) {
   build(content, out, out);
 };
 
@@ -46,7 +46,7 @@ void append_content(MessageType type, std::uint16_t reference, const Content& co
         if (function >= 0) out.u8(static_cast<std::size_t>(function));
         if constexpr (std::is_same_v<Content, Done>) {
           return;
-        } else if constexpr (has_data<Content>) {
+        } else if constexpr (kHasData<Content>) {
           Writer data_out(data);
           build(content, out, data_out);
         } else {
@@ -187,10 +187,10 @@ Parsed<Header> parse_header(std::string_view message) {
   return Fault{"an S7 message of an unknown type"};
 }
 
-Parsed<Message> parse(std::string_view bytes) {
-  const Parsed<Header> header = parse_header(bytes);
+Parsed<Message> parse(std::string_view message) {
+  const Parsed<Header> header = parse_header(message);
   if (!header) return header.fault();
-  Reader in(bytes);
+  Reader in(message);
   in.take(kParameterLength);
   const std::size_t parameter_length = in.u16();
   const std::size_t data_length = in.u16();
@@ -205,14 +205,14 @@ Parsed<Message> parse(std::string_view bytes) {
   const Reader data(in.take(data_length));
   if (!in.ok()) return Fault{"shorter than its header says"};
 
-  const auto message = [&](auto part) -> Parsed<Message> {
+  const auto of_part = [&](auto part) -> Parsed<Message> {
     if (!part) return part.fault();
     return Message{header->reference, Body(std::move(*part))};
   };
-  if (header->type == MessageType::kUserdata) return message(parse_userdata(parameter, data));
-  if (header->type == MessageType::kJob) return message(parse_job(parameter, data));
+  if (header->type == MessageType::kUserdata) return of_part(parse_userdata(parameter, data));
+  if (header->type == MessageType::kJob) return of_part(parse_job(parameter, data));
   if (error) return Message{header->reference, Refusal{error}};
-  return message(parse_answer(parameter, data));
+  return of_part(parse_answer(parameter, data));
 }
 
 }  // namespace plexum::wire

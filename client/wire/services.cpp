@@ -26,42 +26,42 @@ Service delete_block(const BlockId& block) {
   return {"_DELE", one_block({block, FileSystem::kBoth})};
 }
 
-void build(const SetUp& job, Writer& out) {
-  out.u8(0).u16(job.calling_jobs).u16(job.called_jobs).u16(job.pdu);
+void build(const SetUp& job, Writer& parameter) {
+  parameter.u8(0).u16(job.calling_jobs).u16(job.called_jobs).u16(job.pdu);
 }
 
-Parsed<SetUp> parse_set_up(Reader in) {
-  in.u8();  // reserved
+Parsed<SetUp> parse_set_up(Reader parameter) {
+  parameter.u8();  // reserved
   SetUp job;
-  job.calling_jobs = in.u16();
-  job.called_jobs = in.u16();
-  job.pdu = in.u16();
-  if (!in.ok()) return Fault{"ends within the set-up"};
+  job.calling_jobs = parameter.u16();
+  job.called_jobs = parameter.u16();
+  job.pdu = parameter.u16();
+  if (!parameter.ok()) return Fault{"ends within the set-up"};
   return job;
 }
 
-void build(const Service& job, Writer& out) {
-  out.zeros(kServiceHead).u8(kServiceMark);
-  out.u16(job.argument.size()).bytes(job.argument).u8(job.name.size()).bytes(job.name);
+void build(const Service& job, Writer& parameter) {
+  parameter.zeros(kServiceHead).u8(kServiceMark);
+  parameter.u16(job.argument.size()).bytes(job.argument).u8(job.name.size()).bytes(job.name);
 }
 
-Parsed<Service> parse_service(Reader in) {
-  in.take(kServiceHead + 1);
+Parsed<Service> parse_service(Reader parameter) {
+  parameter.take(kServiceHead + 1);
   Service job;
-  job.argument = in.take(in.u16());
-  job.name = in.take(in.u8());
-  if (!in.ok()) return Fault{"ends within the service"};
+  job.argument = parameter.take(parameter.u16());
+  job.name = parameter.take(parameter.u8());
+  if (!parameter.ok()) return Fault{"ends within the service"};
   return job;
 }
 
-void build(const Stop& /*job*/, Writer& out) {
-  out.zeros(kStopHead).u8(kProgram.size()).bytes(kProgram);
+void build(const Stop& /*job*/, Writer& parameter) {
+  parameter.zeros(kStopHead).u8(kProgram.size()).bytes(kProgram);
 }
 
-Parsed<Stop> parse_stop(Reader in) {
-  in.take(kStopHead);
-  const std::string_view name = in.take(in.u8());
-  if (!in.ok() || name != kProgram) return Fault{"a stop of something else"};
+Parsed<Stop> parse_stop(Reader parameter) {
+  parameter.take(kStopHead);
+  const std::string_view name = parameter.take(parameter.u8());
+  if (!parameter.ok() || name != kProgram) return Fault{"a stop of something else"};
   return Stop{};
 }
 

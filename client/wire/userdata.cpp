@@ -30,7 +30,7 @@ Userdata user_request(UserFunction function, std::string content) {
 Userdata next_part_of(const Userdata& answer) {
   Userdata request = user_request(answer.function);
   request.sequence = answer.sequence;
-  request.progress.emplace();
+  request.progress = Userdata::Progress{};
   return request;
 }
 
