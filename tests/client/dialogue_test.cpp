@@ -182,12 +182,17 @@ TEST_F(Dialogue, WaitsSinceTheLastProgressAndNotForChatter) {
 
   // Nothing but messages of the PLC's own, without end.
   on_message = nullptr;
-  environment.on_wait = [this](std::uint32_t) {
+  environment.on_wait = [this, last = environment.waits + 1000](std::uint32_t) {
+    if (environment.waits > last) {
+      tcp.state = kTcpError;
+      return 10u;
+    }
     send({0, wire::user_request({4, 3}, std::string(100, 'x'))});
     return 10u;
   };
   const std::uint32_t start = environment.now;
-  EXPECT_TRUE(outcome_of([&] { client.read({.count = 4}); }).starts_with("NoAnswer"));
+  const std::string outcome = outcome_of([&] { client.read({.count = 4}); });
+  EXPECT_TRUE(outcome.starts_with("NoAnswer")) << outcome;
   EXPECT_LT(environment.now - start, 2000u);
 
   // Nothing at all.
