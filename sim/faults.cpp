@@ -103,9 +103,9 @@ Outputs cut_into_pieces(const Output& telegram, const Fault& fault) {
     const ByteView piece = left.first(std::min<std::size_t>(fault.value, left.size()));
     left = left.subspan(piece.size());
     pieces.push_back({pieces.empty() ? telegram.delay : fault.pause,
-                      Bytes(piece.begin(), piece.end()), Output::End::kNone});
+                      Bytes(piece.begin(), piece.end()), Output::End::kNone, telegram.latency});
   }
-  if (pieces.empty()) pieces.push_back({telegram.delay, {}, Output::End::kNone});
+  if (pieces.empty()) pieces.push_back({telegram.delay, {}, Output::End::kNone, telegram.latency});
   pieces.back().end = telegram.end;
   return pieces;
 }

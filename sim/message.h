@@ -28,6 +28,7 @@ enum class Error : std::uint16_t {
   kNone = 0,
   kUnknownService = 0x8104,
   kOutOfMemory = 0x8301,
+  kTooFewResources = 0x8302,
   kNoMoreUploads = 0x8304,
   kWrongSequence = 0x8401,
   kWrongFrame = 0x8500,  // also for what is larger than the granted PDU

@@ -25,12 +25,16 @@ struct Options {
   static constexpr std::uint16_t kSmallestPdu = 64;
   static constexpr std::uint16_t kLargestPdu = 8192;
 
+  static constexpr std::uint16_t kMostJobs = 8;
+
   // Connections at once; one more is closed as soon as it is accepted.
   static constexpr std::size_t kMostConnections = 64;
 
-  std::string listen = "127.0.0.1";        // an address, IPv4 or IPv6
-  std::uint16_t port = 102;                // 0 asks the system for a free one
-  std::uint16_t pdu = 240;                 // granted to clients that ask for as much, in bytes
+  std::string listen = "127.0.0.1";      // an address, IPv4 or IPv6
+  std::uint16_t port = 102;              // 0 asks the system for a free one
+  std::uint16_t pdu = 240;               // granted to clients that ask for as much, in bytes
+  std::uint16_t jobs = 3;                // in flight, granted each way to clients that ask for them
+  std::chrono::milliseconds latency{0};  // from a job's arrival to its answer
   std::vector<DataBlockSize> data_blocks;  // DB 1 to DB 10 of 1024 bytes when empty
   bool write_protected = false;            // writes and control services are refused
   bool runs_program = false;               // some flags change with time: see run_program()

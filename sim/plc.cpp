@@ -15,6 +15,9 @@ Plc::Plc(const Options& chosen)
   if (options.pdu < Options::kSmallestPdu || options.pdu > Options::kLargestPdu) {
     throw std::invalid_argument("the PDU size is from 64 to 8192 bytes");
   }
+  if (options.jobs < 1 || options.jobs > Options::kMostJobs) {
+    throw std::invalid_argument("1 to 8 jobs can be in flight");
+  }
   for (const DataBlockSize& block : options.data_blocks) {
     memory.create_data_block(block.number, block.size);
   }

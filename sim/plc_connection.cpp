@@ -10,8 +10,6 @@
 namespace plexum::sim {
 namespace {
 
-constexpr std::uint16_t kParallelJobs = 3;
-
 // A refusal in the form that the message's type asks for.
 Message refuse(const Message& message, Error error) {
   return message.type == MessageType::kUserdata ? Userdata::refuse(message, error)
@@ -34,8 +32,10 @@ Outputs PlcConnection::accepted() {
   return {};
 }
 
-Outputs PlcConnection::receive(ByteView bytes) {
+Outputs PlcConnection::receive(ByteView bytes, TimePoint now) {
   if (state_ == State::kOver || state_ == State::kMute) return {};
+  now_ = now;
+  while (!in_flight_.empty() && in_flight_.front() <= now) in_flight_.pop_front();
   if (plc_.options.runs_program) run_program(plc_);
   framing_.feed(bytes);
   try {
@@ -71,7 +71,7 @@ void PlcConnection::connect(const TransportUnit& unit) {
   if (state_ != State::kNew) throw Malformed("second connection request");
   const ConnectionRequest request = parse_connection_request(unit.content);
   state_ = State::kConnected;
-  send(Fault::Step::kConfirm, connection_confirm(request));
+  send(Fault::Step::kConfirm, {{}, connection_confirm(request)});
 }
 
 void PlcConnection::handle_message(const Message& message) {
@@ -84,10 +84,27 @@ void PlcConnection::handle_message(const Message& message) {
                      message.function() == Function::kSetupCommunication;
   const Fault::Step step = setup ? Fault::Step::kSetup : Fault::Step::kJob;
   const Error scripted = plc_.faults.refuses_next(step);
-  const Reply reply =
-      scripted == Error::kNone ? reply_to(message) : Reply{refuse(message, scripted), {}};
-  if (reply.answer) send(step, *reply.answer);
+  const bool accepted = setup || takes_another_job();
+  Reply reply;
+  if (scripted != Error::kNone) {
+    reply.answer = refuse(message, scripted);
+  } else if (!accepted) {
+    reply.answer = refuse(message, Error::kTooFewResources);
+  } else {
+    reply = reply_to(message);
+  }
+  if (reply.answer) {
+    send(step, *reply.answer);
+    if (accepted) in_flight_.push_back(last_leaves_);
+  }
   if (reply.own_job) send(Fault::Step::kJob, *reply.own_job, plc_.options.download_pause);
+}
+
+// A client that has more jobs in flight than were granted gets the jobs beyond refused. What CPUs
+// do isn't known from recorded dialogues. A refusal shows the client's fault at once, where a
+// dropped job would look like a lost answer.
+bool PlcConnection::takes_another_job() const {
+  return state_ != State::kSetUp || in_flight_.size() < std::max<std::size_t>(jobs_, 1);
 }
 
 PlcConnection::Reply PlcConnection::reply_to(const Message& message) {
@@ -108,11 +125,12 @@ PlcConnection::Reply PlcConnection::reply_to(const Message& message) {
 Message PlcConnection::answer_setup(const Message& job) {
   Reader reader(job.parameter);
   reader.take(2);  // the function, reserved
-  const std::uint16_t calling_jobs = std::min(reader.u16(), kParallelJobs);
-  const std::uint16_t called_jobs = std::min(reader.u16(), kParallelJobs);
+  const std::uint16_t calling_jobs = std::min(reader.u16(), plc_.options.jobs);
+  const std::uint16_t called_jobs = std::min(reader.u16(), plc_.options.jobs);
   const std::uint16_t pdu = std::min(reader.u16(), plc_.options.pdu);
   if (reader.left() != 0 || pdu < Options::kSmallestPdu) throw Malformed("setup communication");
   pdu_ = pdu;
+  jobs_ = calling_jobs;
   state_ = State::kSetUp;
   return ack_data(job, Writer()
                            .u8(static_cast<std::size_t>(Function::kSetupCommunication))
@@ -154,16 +172,17 @@ PlcConnection::Reply PlcConnection::reply_to_job(const Message& job) {
 
 void PlcConnection::send(Fault::Step step, const Message& message,
                          std::chrono::milliseconds delay) {
-  send(step, wrap_message(build_message(message)), delay);
+  send(step,
+       {delay, wrap_message(build_message(message)), Output::End::kNone, plc_.options.latency});
 }
 
-void PlcConnection::send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay) {
+void PlcConnection::send(Fault::Step step, Output output) {
   if (state_ == State::kOver) return;
-  Outputs struck = plc_.faults.strike(step, {delay, std::move(telegram), Output::End::kNone});
-  for (Output& output : struck) {
+  for (Output& struck : plc_.faults.strike(step, std::move(output))) {
     if (state_ == State::kOver) return;
-    if (output.end != Output::End::kNone) state_ = State::kOver;
-    outputs_.push_back(std::move(output));
+    if (struck.end != Output::End::kNone) state_ = State::kOver;
+    last_leaves_ = std::max(last_leaves_, now_ + struck.latency) + struck.delay;
+    outputs_.push_back(std::move(struck));
   }
 }
 

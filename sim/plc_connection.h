@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <deque>
 #include <optional>
 
 #include "sim/download.h"
@@ -14,13 +16,15 @@ namespace plexum::sim {
 // ends the connection nothing more comes.
 class PlcConnection {
  public:
+  using TimePoint = std::chrono::steady_clock::time_point;
+
   explicit PlcConnection(Plc& plc) : plc_(plc), userdata_(plc), uploads_(plc), download_(plc) {}
 
   // The connection was accepted. The PLC sends nothing then, but a fault may end it.
   Outputs accepted();
 
   // Bytes arrived, in whatever pieces.
-  Outputs receive(ByteView bytes);
+  Outputs receive(ByteView bytes, TimePoint now = std::chrono::steady_clock::now());
 
  private:
   enum class State {
@@ -41,9 +45,10 @@ class PlcConnection {
   void handle_message(const Message& message);
   Reply reply_to(const Message& message);
   Reply reply_to_job(const Message& job);
+  bool takes_another_job() const;
   Message answer_setup(const Message& job);
   void send(Fault::Step step, const Message& message, std::chrono::milliseconds delay = {});
-  void send(Fault::Step step, Bytes telegram, std::chrono::milliseconds delay = {});
+  void send(Fault::Step step, Output output);
 
   Plc& plc_;
   State state_ = State::kNew;
@@ -51,7 +56,11 @@ class PlcConnection {
   Userdata userdata_;
   Uploads uploads_;
   Download download_;
-  std::size_t pdu_ = 0;  // as granted, in bytes
+  std::size_t pdu_ = 0;   // as granted, in bytes
+  std::size_t jobs_ = 0;  // as granted
+  TimePoint now_;
+  TimePoint last_leaves_;            // the last output
+  std::deque<TimePoint> in_flight_;  // when the answers of accepted jobs leave
   Outputs outputs_;
 };
 

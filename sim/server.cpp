@@ -1,7 +1,7 @@
 #include "sim/server.h"
 
+#include <algorithm>
 #include <array>
-#include <iterator>
 #include <utility>
 
 #include "sim/sockets.h"
@@ -23,7 +23,11 @@ struct Server::Client {
   const Id id;
   const Socket socket;
   PlcConnection connection;
-  std::deque<Output> queue;  // while nothing is unsent, the first one's delay runs
+  struct Queued {
+    Output output;
+    EventLoop::Clock::time_point due;  // its latency is over
+  };
+  std::deque<Queued> queue;  // while nothing is unsent, the first one's time runs
   std::optional<EventLoop::TimerId> timer;
   Bytes unsent;
   Output::End end = Output::End::kNone;  // what follows the unsent bytes
@@ -116,7 +120,11 @@ void Server::receive(Client& client) {
 }
 
 void Server::enqueue(Client& client, Outputs outputs) {
-  std::move(outputs.begin(), outputs.end(), std::back_inserter(client.queue));
+  const auto now = EventLoop::Clock::now();
+  for (Output& output : outputs) {
+    const auto due = now + output.latency;
+    client.queue.push_back({std::move(output), due});
+  }
 }
 
 // Sends what is due now, starts the timer for what is due later, and closes an ended connection.
@@ -126,9 +134,12 @@ void Server::send_due(Id id) {
   Client& client = *found;
   while (send_bytes(client) && client.end == Output::End::kNone && !client.timer &&
          !client.queue.empty()) {
-    Output& next = client.queue.front();
-    if (next.delay.count() > 0) {
-      client.timer = loop_.add_timer(std::exchange(next.delay, {}), [this, id] {
+    auto& [next, due] = client.queue.front();
+    if (next.delay.count() > 0 || next.latency.count() > 0) {
+      const auto left = std::max(due - EventLoop::Clock::now(), EventLoop::Clock::duration::zero());
+      const auto wait = std::chrono::ceil<std::chrono::microseconds>(left + next.delay);
+      next.delay = next.latency = {};
+      client.timer = loop_.add_timer(wait, [this, id] {
         if (Client* waiting = find(id)) waiting->timer.reset();
         send_due(id);
       });

@@ -31,6 +31,16 @@ void add_simulator_options(CLI::App& command, sim::Options& options) {
   command.add_option("--pdu", options.pdu, "Largest PDU that is granted, in bytes")
       ->check(CLI::Range(sim::Options::kSmallestPdu, sim::Options::kLargestPdu))
       ->capture_default_str();
+  command.add_option("--jobs", options.jobs, "Most jobs in flight that are granted")
+      ->check(CLI::Range(1, static_cast<int>(sim::Options::kMostJobs)))
+      ->capture_default_str();
+  command
+      .add_option_function<unsigned>(
+          "--latency",
+          [&options](unsigned latency) { options.latency = std::chrono::milliseconds(latency); },
+          "Milliseconds from a job to its answer (0)")
+      ->type_name("MS")
+      ->check(CLI::Range(0u, 60000u));
   command
       .add_option_function<std::vector<std::string>>(
           "--db",

@@ -29,8 +29,8 @@ using TimePoint = EventLoop::Clock::time_point;
 
 using portable::kLongestTime;  // a wait so long has no end
 
-std::chrono::milliseconds bounded(std::chrono::milliseconds time) {
-  return std::clamp(time, std::chrono::milliseconds::zero(), kLongestTime);
+std::chrono::microseconds bounded(std::chrono::microseconds time) {
+  return std::clamp<std::chrono::microseconds>(time, time.zero(), kLongestTime);
 }
 
 timespec timespec_of(std::chrono::nanoseconds time) {
@@ -348,7 +348,7 @@ void EventLoop::unwatch(int descriptor) {
   const std::shared_ptr<ReadyCallback> handler = std::move(loop.handlers[slot]);
 }
 
-EventLoop::TimerId EventLoop::add_timer(std::chrono::milliseconds delay, Callback callback) {
+EventLoop::TimerId EventLoop::add_timer(std::chrono::microseconds delay, Callback callback) {
   Implementation& loop = *implementation_;
   const TimerId id = loop.next_timer++;
   loop.timer_of[id] = loop.timers.emplace(Clock::now() + bounded(delay),

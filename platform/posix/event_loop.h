@@ -34,7 +34,7 @@ class EventLoop {
 
   // Calls `callback` once, after `delay`; timers that are due together run in the order of their
   // times, then of their adding.
-  TimerId add_timer(std::chrono::milliseconds delay, Callback callback);
+  TimerId add_timer(std::chrono::microseconds delay, Callback callback);
   void cancel_timer(TimerId timer);
 
   // Calls `callback` on the loop's thread as soon as possible, and ends a wait.

@@ -121,9 +121,9 @@ void EventLoop::watch(Descriptor descriptor, short events, ReadyCallback on_read
 
 void EventLoop::unwatch(Descriptor descriptor) { implementation_->watched.erase(descriptor); }
 
-EventLoop::TimerId EventLoop::add_timer(milliseconds delay, Callback callback) {
+EventLoop::TimerId EventLoop::add_timer(std::chrono::microseconds delay, Callback callback) {
   const TimerId id = implementation_->next_timer++;
-  const milliseconds bounded = std::clamp(delay, milliseconds::zero(), kLongestTime);
+  const auto bounded = std::clamp<std::chrono::microseconds>(delay, delay.zero(), kLongestTime);
   implementation_->timers[id] = {Clock::now() + bounded, std::move(callback)};
   return id;
 }

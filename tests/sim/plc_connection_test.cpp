@@ -36,7 +36,36 @@ TEST(PlcConnection, GrantsNeverMoreThanAsked) {
   Conversation().expect(exchanges);
   Options options;
   options.pdu = 960;
-  EXPECT_EQ(Conversation(options).ask("F0 00 00 03 00 03 03 C0"), "F0 00 00 03 00 03 03 C0 | ");
+  options.jobs = 8;
+  EXPECT_EQ(Conversation(options).ask("F0 00 00 09 00 08 03 C0"), "F0 00 00 08 00 08 03 C0 | ");
+}
+
+// In flight is what came with one receive, and what came before and whose answer isn't due yet.
+TEST(PlcConnection, RefusesMoreJobsInFlightThanGranted) {
+  using std::chrono::milliseconds;
+  Options options;
+  options.jobs = 2;
+  options.latency = milliseconds(3);
+  Conversation conversation(options);
+  const PlcConnection::TimePoint start = std::chrono::steady_clock::now() + milliseconds(10);
+  const std::string refusal = dump("03 00 00 13 02 F0 80 32 02 00 00 02 00 00 00 00 00 83 02");
+  const struct {
+    int at;  // ms
+    std::size_t jobs;
+    std::string answers;
+  } steps[] = {
+      {0, 1, "~3ms " + kReadAnswer},
+      {1, 2, "~3ms " + kReadAnswer + " / ~3ms " + refusal},
+      {2, 1, "~3ms " + refusal},
+      {3, 1, "~3ms " + kReadAnswer},
+      {7, 3, "~3ms " + kReadAnswer + " / ~3ms " + kReadAnswer + " / ~3ms " + refusal},
+  };
+  for (const auto& [at, jobs, answers] : steps) {
+    Bytes bytes;
+    for (std::size_t i = 0; i < jobs; ++i) bytes = Writer().bytes(bytes).bytes(hex(kRead)).take();
+    EXPECT_EQ(text(conversation.connection.receive(bytes, start + milliseconds(at))), answers)
+        << at;
+  }
 }
 
 // Lengths that promise more than is sent.

@@ -38,12 +38,14 @@ inline const std::string kReadAnswer = dump(
     "04 01 | FF 04 00 20 00 01 02 03");
 
 // What a connection gave for some input, as text: each output's bytes, with "+20ms" before what
-// comes later and "close" or "reset" behind what ends the connection; outputs parted by " / ".
+// comes later, "~3ms" before what has a latency, and "close" or "reset" behind what ends the
+// connection; outputs parted by " / ".
 inline std::string text(const Outputs& outputs) {
   constexpr const char* kEnds[] = {"", " close", " reset"};
   std::string all;
-  for (const auto& [delay, bytes, end] : outputs) {
-    std::string one = delay.count() > 0 ? " +" + std::to_string(delay.count()) + "ms" : "";
+  for (const auto& [delay, bytes, end, latency] : outputs) {
+    std::string one = latency.count() > 0 ? " ~" + std::to_string(latency.count()) + "ms" : "";
+    if (delay.count() > 0) one += " +" + std::to_string(delay.count()) + "ms";
     if (!bytes.empty()) one += " " + dump(bytes);
     one += kEnds[static_cast<int>(end)];
     all += (all.empty() ? "" : " / ") + one.substr(1);

@@ -88,6 +88,21 @@ TEST(Server, AnswersAClientThatHasFinishedSending) {
   EXPECT_EQ(client.hear(kReadAnswerSize + 1), kReadAnswer + " closed");
 }
 
+// Three jobs at 100 ms each come back together.
+TEST(Server, LetsTheLatenciesOfJobsInFlightOverlap) {
+  constexpr std::chrono::milliseconds kLatency{100};
+  Options options = on_free_port();
+  options.latency = kLatency;
+  SimulatedPlc plc(options);
+  Client client(plc);
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < 3; ++i) client.say(kRead);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(client.hear(kReadAnswerSize), kReadAnswer);
+  const auto taken = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(taken, kLatency);
+  EXPECT_LT(taken, 3 * kLatency);
+}
+
 TEST(Server, TellsAResetFromAnOrderlyEnd) {
   SimulatedPlc plc(on_free_port());
   for (const std::string fault : {"close", "reset"}) {
