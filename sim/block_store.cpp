@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 #include "sim/message.h"
 
@@ -47,8 +48,14 @@ const ShippedBlock kProgram[] = {
     {{BlockType::kFunctionBlock, 1}, kStatementList, "MOTOR", kDoesNothing},
 };
 
-// Bytes of all downloaded blocks that wait to be put into use.
-constexpr std::size_t kRoomForDownloads = 4u << 20;
+// What the program's own records of a block take, about.
+constexpr std::size_t kOverhead = 256;
+
+// The room that a block takes once it is in use: a data block's values are kept beside its image.
+std::size_t room_for(BlockType type, std::size_t image_length, std::size_t code_length) {
+  const std::size_t values = type == BlockType::kData ? kOverhead + code_length : 0;
+  return kOverhead + image_length + values;
+}
 
 constexpr std::uint16_t kSystemDataBlocks[] = {0, 1, 2, 4, 7};
 constexpr std::size_t kSystemDataSize = 144;
@@ -107,13 +114,39 @@ Bytes BlockStore::image(const BlockId& id) const {
   return image;
 }
 
-void BlockStore::check_announcement(const Announcement& announced) const {
+BlockStore::Hold::Hold(BlockStore& store, std::size_t size) : store_(&store), size_(size) {
+  store.held_ += size;
+}
+BlockStore::Hold::Hold(Hold&& other) noexcept
+    : store_(other.store_), size_(std::exchange(other.size_, 0)) {}
+BlockStore::Hold& BlockStore::Hold::operator=(Hold&& other) noexcept {
+  std::swap(store_, other.store_);
+  std::swap(size_, other.size_);
+  return *this;
+}
+BlockStore::Hold::~Hold() { store_->held_ -= size_; }
+
+std::size_t BlockStore::used() const {
+  std::size_t bytes = held_;
+  for (const auto& [number, values] : memory_.data_blocks()) bytes += kOverhead + values.size();
+  for (const auto& [id, image] : images_) bytes += kOverhead + image.size();
+  for (const auto& [id, staged] : staged_) {
+    bytes += room_for(id.type, staged.image.size(), staged.code_length);
+  }
+  return bytes;
+}
+
+BlockStore::Hold BlockStore::hold(std::size_t size) {
+  const std::size_t used_now = used();
+  if (used_now > kRoom || size > kRoom - used_now) throw Refusal{Error::kOutOfMemory};
+  return {*this, size};
+}
+
+BlockStore::Hold BlockStore::announce(const Announcement& announced) {
   if (!built_in(announced.id.type).empty()) throw Refusal{Error::kAccessRefused};
   const std::size_t sections = BlockHeader::kSize + announced.code_length;
   if (announced.image_length < sections) throw Refusal{Error::kBlockLengths};
-  std::size_t room = kRoomForDownloads;
-  for (const auto& [id, staged] : staged_) room -= std::min(room, staged.image.size());
-  if (announced.image_length > room) throw Refusal{Error::kOutOfMemory};
+  return hold(room_for(announced.id.type, announced.image_length, announced.code_length));
 }
 
 void BlockStore::stage(const Announcement& announced, Bytes image) {

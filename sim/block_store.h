@@ -29,6 +29,27 @@ class BlockStore {
   // Throws Refusal: Error::kNoSuchBlock, or Error::kAccessRefused for the CPU's own blocks.
   Bytes image(const BlockId& id) const;
 
+  // Bytes for all blocks together: those in use, those that were downloaded and not put into use,
+  // and those that are on their way.
+  static constexpr std::size_t kRoom = std::size_t{32} << 20;
+
+  // The room that a block takes on its way, until this is destroyed.
+  class Hold {
+   public:
+    Hold(Hold&& other) noexcept;
+    Hold& operator=(Hold&& other) noexcept;
+    ~Hold();
+
+   private:
+    friend class BlockStore;
+    Hold(BlockStore& store, std::size_t size);
+    BlockStore* store_;
+    std::size_t size_;
+  };
+
+  // Takes so many bytes of the room. Throws Refusal with Error::kOutOfMemory when it has less left.
+  Hold hold(std::size_t size);
+
   // What was announced of a block that is downloaded; lengths in bytes.
   struct Announcement {
     BlockId id;
@@ -36,8 +57,8 @@ class BlockStore {
     std::size_t code_length = 0;
   };
 
-  // Throws Refusal when such a block can't be taken.
-  void check_announcement(const Announcement& announced) const;
+  // Holds room for such a block, also for its use. Throws Refusal when it can't be taken.
+  Hold announce(const Announcement& announced);
 
   // Keeps a downloaded block until it is put into use.
   void stage(const Announcement& announced, Bytes image);
@@ -59,10 +80,12 @@ class BlockStore {
   };
 
   bool is_built_in(const BlockId& id) const;
+  std::size_t used() const;
 
   Memory& memory_;
   std::map<BlockId, Bytes> images_;
   std::map<BlockId, Staged> staged_;
+  std::size_t held_ = 0;  // by Holds
 };
 
 }  // namespace plexum::sim

@@ -26,7 +26,7 @@ std::size_t parse_length(Reader& reader) {
 }  // namespace
 
 Download::Begun Download::request(const Message& job) {
-  state_ = State::kIdle;
+  end();
 
   Reader reader(job.parameter);
   reader.take(kTransferHead);
@@ -39,10 +39,9 @@ Download::Begun Download::request(const Message& job) {
   if (reader.left() != 0) throw Malformed("bytes behind the lengths");
 
   if (plc_.options.write_protected) throw Refusal{Error::kProtected};
-  plc_.blocks.check_announcement(announced);
+  hold_ = plc_.blocks.announce(announced);
   announced_ = announced;
   file_system_ = block.file_system;
-  image_.clear();
   state_ = State::kReceiving;
   const auto function = static_cast<std::size_t>(Function::kRequestDownload);
   return {ack_data(job, Writer().u8(function).take()), next_job()};
@@ -69,21 +68,27 @@ Message Download::next_job() {
 
 std::optional<Message> Download::take_answer(const Message& answer, std::size_t pdu) {
   if (state_ == State::kIdle || answer.reference != reference_) return {};
-  const State asked_in = std::exchange(state_, State::kIdle);
-  if (answer.error != Error::kNone || answer.size() > pdu || answer.parameter.empty()) return {};
-  if (asked_in == State::kReceiving && answer.function() == Function::kDownloadBlock) {
-    if (!take_part(answer)) return {};
+  const bool done =
+      answer.error == Error::kNone && answer.size() <= pdu && !answer.parameter.empty();
+  if (done && state_ == State::kReceiving && answer.function() == Function::kDownloadBlock &&
+      take_part(answer)) {
     // The announced length says whether more parts follow, not the answer's own mark for that: some
     // clients set it in the last part, too.
     const bool whole = image_.size() == announced_.image_length;
     state_ = whole ? State::kEnding : State::kReceiving;
     return next_job();
   }
-  if (asked_in == State::kEnding && answer.function() == Function::kDownloadEnded) {
+  if (done && state_ == State::kEnding && answer.function() == Function::kDownloadEnded) {
     plc_.blocks.stage(announced_, std::move(image_));
-    image_.clear();
   }
+  end();
   return {};
+}
+
+void Download::end() {
+  state_ = State::kIdle;
+  image_ = {};
+  hold_.reset();
 }
 
 // Whether the answer brings a part that fits.

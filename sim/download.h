@@ -34,6 +34,7 @@ class Download {
   enum class State { kIdle, kReceiving, kEnding };
 
   bool take_part(const Message& answer);
+  void end();
   Message next_job();
 
   Plc& plc_;
@@ -42,6 +43,7 @@ class Download {
   BlockStore::Announcement announced_;
   std::uint8_t file_system_ = 0;
   Bytes image_;
+  std::optional<BlockStore::Hold> hold_;  // the room for it
 };
 
 }  // namespace plexum::sim

@@ -40,6 +40,9 @@ struct Options {
   bool runs_program = false;               // some flags change with time: see run_program()
   // From the acknowledgement of a download request to the PLC's own first job.
   std::chrono::milliseconds download_pause{20};
+  // A client that hasn't requested a COTP connection by then is closed, so that silent clients
+  // don't take all connections. This is the simulator's own; what CPUs do isn't known.
+  std::chrono::milliseconds longest_silence{30'000};
   std::vector<Fault> faults;
   Clock::Now now = Clock::system_now;  // what makes the PLC's clock run
 };

@@ -26,6 +26,9 @@ class PlcConnection {
   // Bytes arrived, in whatever pieces.
   Outputs receive(ByteView bytes, TimePoint now = std::chrono::steady_clock::now());
 
+  // The client hasn't requested its connection yet.
+  bool is_new() const { return state_ == State::kNew; }
+
  private:
   enum class State {
     kNew,

@@ -29,6 +29,7 @@ struct Server::Client {
   };
   std::deque<Queued> queue;  // while nothing is unsent, the first one's time runs
   std::optional<EventLoop::TimerId> timer;
+  std::optional<EventLoop::TimerId> silence;  // closes a client that never says anything
   Bytes unsent;
   Output::End end = Output::End::kNone;  // what follows the unsent bytes
   bool peer_finished = false;
@@ -77,6 +78,11 @@ void Server::accept_connections() {
     Client& client =
         *clients_.emplace(id, std::make_unique<Client>(id, accepted.socket, plc_)).first->second;
     update_watch(client);
+    client.silence = loop_.add_timer(plc_.options.longest_silence, [this, id] {
+      Client* const silent = find(id);
+      silent->silence.reset();
+      if (silent->connection.is_new()) close(*silent, Output::End::kClose);
+    });
     Outputs outputs;
     {
       const std::lock_guard held(plc_.lock);
@@ -190,12 +196,14 @@ void Server::update_watch(Client& client) {
 
 void Server::close(Client& client, Output::End how) {
   if (client.timer) loop_.cancel_timer(*client.timer);
+  if (client.silence) loop_.cancel_timer(*client.silence);
   if (client.watched != 0) loop_.unwatch(client.socket);
   if (how == Output::End::kReset) {
     reset_socket(client.socket);
   } else {
     close_socket(client.socket);
   }
+  const std::lock_guard held(plc_.lock);  // the blocks on their way give back their room
   clients_.erase(client.id);
 }
 

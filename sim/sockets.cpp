@@ -2,6 +2,8 @@
 
 #ifdef _WIN32
 #include "platform/windows/winsock.h"
+//
+#include <mstcpip.h>
 #else
 #include <netdb.h>
 #include <netinet/in.h>
@@ -21,6 +23,17 @@ namespace plexum::sim {
 namespace {
 
 constexpr int kBacklog = 128;
+
+// A client that has vanished without a word is noticed by keep-alive: the first probe after so many
+// seconds of silence, then one every so many, and after so many without an answer it is gone.
+constexpr int kKeepAliveIdle = 30;
+constexpr int kKeepAliveInterval = 10;
+[[maybe_unused]] constexpr int kKeepAliveProbes = 3;  // Windows has its own number
+
+template <typename Option>
+void set_option(Socket socket, int level, int name, const Option& value) {
+  ::setsockopt(socket, level, name, reinterpret_cast<const char*>(&value), sizeof value);
+}
 
 #ifdef _WIN32
 
@@ -59,6 +72,13 @@ std::ptrdiff_t send_bytes(Socket socket, ByteView bytes) {
 }
 
 int close_native(Socket socket) { return ::closesocket(socket); }
+
+void keep_alive(Socket socket) {
+  tcp_keepalive values{1, 1000 * kKeepAliveIdle, 1000 * kKeepAliveInterval};
+  DWORD returned = 0;
+  ::WSAIoctl(socket, SIO_KEEPALIVE_VALS, &values, sizeof values, nullptr, 0, &returned, nullptr,
+             nullptr);
+}
 
 #else
 
@@ -105,12 +125,14 @@ std::ptrdiff_t send_bytes(Socket socket, ByteView bytes) {
 
 int close_native(Socket socket) { return ::close(socket); }
 
-#endif
-
-template <typename Option>
-void set_option(Socket socket, int level, int name, const Option& value) {
-  ::setsockopt(socket, level, name, reinterpret_cast<const char*>(&value), sizeof value);
+void keep_alive(Socket socket) {
+  set_option(socket, SOL_SOCKET, SO_KEEPALIVE, 1);
+  set_option(socket, IPPROTO_TCP, TCP_KEEPIDLE, kKeepAliveIdle);
+  set_option(socket, IPPROTO_TCP, TCP_KEEPINTVL, kKeepAliveInterval);
+  set_option(socket, IPPROTO_TCP, TCP_KEEPCNT, kKeepAliveProbes);
 }
+
+#endif
 
 struct AddressList {
   ~AddressList() {
@@ -174,6 +196,7 @@ Accepted accept_from(Socket listener) {
     const Socket socket = accept_socket(listener);
     if (socket != kNoSocket) {
       set_option(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+      keep_alive(socket);
       return {Outcome::kDone, socket};
     }
     const int error = last_error();

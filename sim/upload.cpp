@@ -29,10 +29,11 @@ Message Uploads::start(const Message& job) {
   if (plc_.options.write_protected) throw Refusal{Error::kProtected};
   if (uploads_.size() >= kMostAtOnce) throw Refusal{Error::kNoMoreUploads};
   Bytes image = plc_.blocks.image(block);
+  BlockStore::Hold hold = plc_.blocks.hold(image.size());
 
   const Id id = ++plc_.last_upload;
   const std::string length = seven_digits(image.size());
-  uploads_[id] = {std::move(image), 0};
+  uploads_.insert_or_assign(id, Upload{std::move(image), std::move(hold)});
   return ack_data(job, Writer()
                            .u8(static_cast<std::size_t>(Function::kStartUpload))
                            .u8(0)

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 
+#include "sim/block_store.h"
 #include "sim/message.h"
 
 namespace plexum::sim {
@@ -24,7 +25,8 @@ class Uploads {
 
   struct Upload {
     Bytes image;
-    std::size_t sent = 0;  // bytes
+    BlockStore::Hold hold;  // the room for it
+    std::size_t sent = 0;   // bytes
   };
   using Id = std::uint32_t;
 

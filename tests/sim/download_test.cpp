@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "support/block_images.h"
 #include "tests/sim/scenario.h"
@@ -128,14 +129,32 @@ TEST(Download, ThatBreaksOffLeavesTheOldBlockWhole) {
   }
 }
 
-TEST(Download, KeepsABoundedAmountOfBlocksThatNobodyInserts) {
+// Wherever they are: in use, downloaded only, or on their way.
+TEST(Download, AllBlocksShareOneRoom) {
   Plc plc({});
-  BlockStore::Announcement announced{kFc1, 900'000, 100};
-  for (; announced.id.number <= 4; ++announced.id.number) {
-    EXPECT_NO_THROW(plc.blocks.check_announcement(announced));
-    plc.blocks.stage(announced, Bytes(announced.image_length));
+  const BlockStore::Announcement announced{kFc1, 900'000, 65'000};
+  std::vector<BlockStore::Hold> holds;
+  const auto fill = [&] {
+    const std::size_t before = holds.size();
+    while (holds.size() < 100) {
+      try {
+        holds.push_back(plc.blocks.announce(announced));
+      } catch (const Refusal& refused) {
+        EXPECT_EQ(refused.error, Error::kOutOfMemory);
+        break;
+      }
+    }
+    return holds.size() - before;
+  };
+  EXPECT_EQ(fill(), BlockStore::kRoom / 900'400);
+  holds.erase(holds.begin() + 30, holds.end());
+  for (std::uint16_t number = 100; number < 128; ++number) {
+    plc.memory.create_data_block(number, 65'000);  // 2 of the large ones together
   }
-  EXPECT_THROW(plc.blocks.check_announcement(announced), Refusal);
+  EXPECT_EQ(fill(), 5u);
+  holds.erase(holds.begin() + 30, holds.end());
+  plc.blocks.stage(announced, Bytes(announced.image_length));
+  EXPECT_EQ(fill(), 4u) << "downloaded, and not in use yet";
 }
 
 }  // namespace

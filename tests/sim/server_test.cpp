@@ -1,5 +1,11 @@
 #include "sim/server.h"
 
+#ifdef _WIN32
+#include "platform/windows/winsock.h"
+#else
+#include <sys/socket.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -9,6 +15,7 @@
 #include <thread>
 
 #include "sim/simulated_plc.h"
+#include "sim/sockets.h"
 #include "tests/sim/scenario.h"
 #include "tests/support/tcp_peer.h"
 
@@ -121,6 +128,35 @@ TEST(Server, LivesThroughClientsThatVanish) {
     client.TcpEnd::reset();
   }
   EXPECT_EQ(Client(plc).ask(), kReadAnswer);
+}
+
+TEST(Server, ClosesClientsThatNeverSayAnything) {
+  Options options = on_free_port();
+  options.longest_silence = std::chrono::milliseconds(200);
+  SimulatedPlc plc(options);
+  Client client(plc);
+  test::TcpVisitor silent(plc.port());
+  test::TcpVisitor stammering(plc.port());
+  stammering.send("\x03");
+  EXPECT_EQ(silent.receive(1), "");
+  EXPECT_EQ(stammering.receive(1), "");
+  EXPECT_EQ(client.ask(), kReadAnswer) << "one that is connected may be silent";
+}
+
+// The probes of keep-alive find clients whose machine has vanished.
+TEST(Server, KeepsItsConnectionsAlive) {
+  EventLoop loop;  // Winsock is ready while it lives
+  const Socket listener = listen_on("127.0.0.1", 0);
+  const test::TcpVisitor visitor(port_of(listener));
+  Accepted accepted{Outcome::kNotNow, {}};
+  while (accepted.outcome == Outcome::kNotNow) accepted = accept_from(listener);
+  int kept_alive = 0;
+  socklen_t size = sizeof kept_alive;
+  ::getsockopt(accepted.socket, SOL_SOCKET, SO_KEEPALIVE, reinterpret_cast<char*>(&kept_alive),
+               &size);
+  EXPECT_NE(kept_alive, 0);
+  close_socket(accepted.socket);
+  close_socket(listener);
 }
 
 TEST(Server, TakesNoMoreJobsFromAClientThatTakesNoAnswers) {
