@@ -1,7 +1,8 @@
 #include "platform/windows/messages.h"
 
+#include <system_error>
+
 #include "platform/windows/module.h"
-#include "platform/windows/windows_headers.h"
 
 namespace plexum::windows {
 namespace {
@@ -12,6 +13,10 @@ constexpr DWORD kWakeMask = 0xFF;
 
 // More than a form's painting and timers ever queue up between two waits.
 constexpr int kMostMessages = 256;
+
+// Of this thread. Plain values: a destructor would run after the module may have been unloaded.
+thread_local HANDLE wake_event = nullptr;
+thread_local int wake_event_users = 0;
 
 // Takes the next message in the form, ANSI or Unicode, of the window that it is for, so that the
 // window gets its characters as if its own program had fetched them.
@@ -24,11 +29,28 @@ bool take_message(MSG& message, bool& unicode) {
 
 }  // namespace
 
+WakeEvent::WakeEvent() {
+  if (wake_event == nullptr) wake_event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  if (wake_event == nullptr) {
+    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
+                            "CreateEvent");
+  }
+  ++wake_event_users;
+}
+
+WakeEvent::~WakeEvent() {
+  if (--wake_event_users > 0) return;
+  CloseHandle(wake_event);
+  wake_event = nullptr;
+}
+
+HANDLE WakeEvent::get() const noexcept { return wake_event; }
+
 std::uint32_t tick_count() { return GetTickCount(); }
 
 void wait_for_input(std::uint32_t milliseconds) {
-  const HANDLE none = nullptr;
-  MsgWaitForMultipleObjects(0, &none, FALSE, milliseconds, kWakeMask);
+  const DWORD events = wake_event == nullptr ? 0 : 1;
+  MsgWaitForMultipleObjects(events, &wake_event, FALSE, milliseconds, kWakeMask);
 }
 
 void process_messages() {

@@ -1,7 +1,6 @@
 #include "platform/windows/tcp_client.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -64,8 +63,7 @@ SOCKET open_socket(int family, HWND window) {
   SetHandleInformation(reinterpret_cast<HANDLE>(socket.get()), HANDLE_FLAG_INHERIT, 0);
   const BOOL on = TRUE;
   setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
-  if (WSAAsyncSelect(socket.get(), window, kSocketMessage,
-                     FD_CONNECT | FD_READ | FD_WRITE | FD_CLOSE) != 0) {
+  if (WSAAsyncSelect(socket.get(), window, kSocketMessage, FD_CONNECT | FD_WRITE) != 0) {
     return INVALID_SOCKET;
   }
   return socket.release();
@@ -118,11 +116,14 @@ void BuiltInTcpClient::SendData(const std::string& bytes) {
 
 std::string BuiltInTcpClient::GetData() {
   look();
-  return std::exchange(inbound_, {});
+  std::string taken = std::exchange(inbound_, {});
+  if (state_ == kTcpConnected) receive_more();  // it may have been full
+  return taken;
 }
 
 void BuiltInTcpClient::Close() {
   look_up_.reset();
+  reception_.reset();
   socket_.close();
   addresses_.clear();
   inbound_.clear();
@@ -151,8 +152,7 @@ void BuiltInTcpClient::look_at_connect() {
     case Outcome::kPending:
       break;
     case Outcome::kConnected:
-      if (is_connected_to_itself(socket_.get())) return try_addresses();
-      state_ = kTcpConnected;
+      connected();
       break;
     case Outcome::kFailed:
       try_addresses();
@@ -175,18 +175,34 @@ void BuiltInTcpClient::try_addresses() {
   fail();
 }
 
-// A receive also makes Winsock announce the next arrival, whether anything had arrived or not.
+void BuiltInTcpClient::connected() {
+  if (is_connected_to_itself(socket_.get())) return try_addresses();
+  state_ = kTcpConnected;
+  reception_ = std::make_unique<Reception>(socket_.get());
+  receive_more();
+}
+
+void BuiltInTcpClient::take(const Reception::Arrival& arrival) {
+  if (arrival.state == Reception::State::kBytes) inbound_ += arrival.bytes;
+  if (arrival.state == Reception::State::kEnd) peer_closed_ = true;
+  if (arrival.state == Reception::State::kLost) fail();
+}
+
+// Takes what has arrived, up to the limit.
 void BuiltInTcpClient::receive() {
-  std::array<char, 8192> buffer;
-  while (!peer_closed_ && inbound_.size() < portable::kInboundLimit) {
-    const std::size_t wanted = std::min(buffer.size(), portable::kInboundLimit - inbound_.size());
-    const int count = recv(socket_.get(), buffer.data(), static_cast<int>(wanted), 0);
-    if (count == 0) peer_closed_ = true;
-    if (count < 0 && WSAGetLastError() != WSAEWOULDBLOCK) fail();
-    if (count <= 0) return;
-    inbound_.append(buffer.data(), static_cast<std::size_t>(count));
-    if (static_cast<std::size_t>(count) < wanted) return;
+  while (state_ == kTcpConnected) {
+    const Reception::Arrival arrival = reception_->take();
+    if (arrival.state == Reception::State::kNothing) return;
+    take(arrival);
+    receive_more();
   }
+}
+
+// Has a receive under way wherever there is room for more.
+void BuiltInTcpClient::receive_more() {
+  if (state_ != kTcpConnected || peer_closed_ || reception_->under_way()) return;
+  const std::size_t room = portable::kInboundLimit - inbound_.size();
+  if (room > 0 && !reception_->start(room)) fail();
 }
 
 void BuiltInTcpClient::flush() {
@@ -220,11 +236,14 @@ void BuiltInTcpClient::fail_sending() {
   send_failed_ = true;
   outbound_.clear();
   receive();
+  if (state_ != kTcpConnected) return;
+  take(reception_->stop());
   const bool more_to_receive = inbound_.size() >= portable::kInboundLimit;
-  if (!more_to_receive) fail();
+  if (state_ == kTcpConnected && !more_to_receive) fail();
 }
 
 void BuiltInTcpClient::fail() {
+  reception_.reset();
   socket_.close();
   outbound_.clear();
   state_ = kTcpError;

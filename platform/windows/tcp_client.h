@@ -8,17 +8,19 @@
 
 #include "base/tcp_client.h"
 #include "platform/windows/message_window.h"
+#include "platform/windows/reception.h"
 #include "platform/windows/resolver.h"
 #include "platform/windows/winsock.h"
 
 namespace plexum::windows {
 
-// The control's own TCP client, over a non-blocking socket that announces what happens by messages
-// to a hidden window of the creating thread: a wait for messages ends at once when data arrive.
+// The control's own TCP client, over a non-blocking socket. What happens to the connection comes by
+// messages to a hidden window of the thread; what arrives on it goes into a receive that is under
+// way. Both end a wait at once.
 //
-// The messages only wake and move things on; every member asks the socket itself, so State and
-// BytesReceived are true also in a host that has not processed a message yet. Use it on the thread
-// that first calls Connect.
+// The messages only move things on. State and BytesReceived look for themselves, so they are true
+// also in a host that has not processed a message yet; a job of the control costs one send, one
+// wait and one receive. Use the client on the thread that first calls Connect.
 class BuiltInTcpClient : public TcpClient {
  public:
   BuiltInTcpClient() = default;
@@ -39,7 +41,10 @@ class BuiltInTcpClient : public TcpClient {
   void look_at_look_up();
   void look_at_connect();
   void try_addresses();
+  void connected();
   void receive();
+  void receive_more();
+  void take(const Reception::Arrival& arrival);
   void flush();
   // Sends what the socket takes of it now; returns how much that was.
   std::size_t send(const char* bytes, std::size_t size);
@@ -50,6 +55,7 @@ class BuiltInTcpClient : public TcpClient {
   std::unique_ptr<MessageWindow> window_;  // from the first Connect on
   std::unique_ptr<NameLookUp> look_up_;
   Socket socket_;
+  std::unique_ptr<Reception> reception_;  // while connected
 
   std::string host_;
   std::int32_t port_ = 0;

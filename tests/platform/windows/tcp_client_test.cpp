@@ -95,6 +95,18 @@ TEST_F(BuiltInTcpClientTest, EveryArrivalEndsAWait) {
   EXPECT_EQ(client.State(), kTcpPeerClosing);
 }
 
+TEST_F(BuiltInTcpClientTest, LeavesAHostThatProcessesNothingNoHeapOfMessages) {
+  for (int job = 0; job < 100; ++job) {
+    peer.send("answer");
+    while (client.BytesReceived() == 0) wait_for_input(10);
+    EXPECT_EQ(client.GetData(), "answer");
+  }
+  MSG message{};
+  int messages = 0;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) ++messages;
+  EXPECT_LE(messages, 2);
+}
+
 TEST(NameLookUpTest, LeavesNothingBehindAClientThatIsGone) {
   for (int round = 0; round < 10; ++round) {
     BuiltInTcpClient client;
