@@ -35,6 +35,9 @@ HRESULT report(const RuntimeError& error) noexcept {
   } catch (...) {
     // The number says enough.
   }
+  // A TCP client component may fail with an HRESULT of its own; its lower half would be read as
+  // another error's number.
+  if (error.number() < 0) return error.number();
   return static_cast<HRESULT>(kControlFailure |
                               (static_cast<unsigned long>(error.number()) & 0xFFFFUL));
 }
