@@ -132,7 +132,10 @@ std::int32_t LateBoundTcpClient::get_number(Member member) {
   return number_of(result);
 }
 
-std::int16_t LateBoundTcpClient::State() { return static_cast<std::int16_t>(get_number(kState)); }
+std::int16_t LateBoundTcpClient::State() {
+  const auto state = static_cast<std::int16_t>(get_number(kState));
+  return state == kTcpPeerClosing && BytesReceived() > 0 ? kTcpConnected : state;
+}
 
 std::int32_t LateBoundTcpClient::BytesReceived() { return get_number(kBytesReceived); }
 
@@ -149,6 +152,7 @@ void LateBoundTcpClient::RemotePort(std::int32_t port) {
 void LateBoundTcpClient::Connect() { invoke(kConnect, DISPATCH_METHOD, nullptr, 0, nullptr); }
 
 void LateBoundTcpClient::SendData(const std::string& bytes) {
+  if (get_number(kState) == kTcpPeerClosing && BytesReceived() > 0) return;
   Variant argument(CodePage::ansi().text_from_bytes(bytes));
   invoke(kSendData, DISPATCH_METHOD, &argument, 1, nullptr);
 }

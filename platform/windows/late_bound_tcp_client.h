@@ -11,7 +11,10 @@ namespace plexum::windows {
 
 // The environment's TCP client component (ProgID MSWinsockLib.Winsock), driven through eight of its
 // members by their names. Its strings hold one byte a character, through the ANSI code page. What
-// it raises comes out as a RuntimeError of the same number and text.
+// it raises comes out as a RuntimeError of the same number and text; the number may be an HRESULT.
+//
+// The component tells that its peer is closing while bytes are still to be taken. Here it is
+// connected until they are, and what is sent meanwhile is dropped, as in the built-in client.
 class LateBoundTcpClient : public TcpClient {
  public:
   // A new component on this thread (COM is initialised); null where there is none, where it can't

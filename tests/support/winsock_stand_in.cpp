@@ -103,7 +103,7 @@ class StandInComponent final : public Unknown<IDispatch> {
     script_.calls.push_back(text_of_call(kind, member, *parameters));
     if (member == L"State") {
       result->vt = VT_I2;
-      result->iVal = 7;
+      result->iVal = script_.state;
     } else if (member == L"BytesReceived") {
       result->vt = VT_I4;
       result->lVal = static_cast<LONG>(script_.received.size());

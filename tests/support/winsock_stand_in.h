@@ -16,6 +16,7 @@ struct StandInScript {
   HRESULT scode = S_OK;
   WORD code = 0;
   std::wstring description;
+  SHORT state = 7;                 // connected
   std::string received;            // what GetData gives, as bytes
   std::vector<std::string> calls;  // "get State", "put RemotePort 102", "call SendData 'bytes'"
 };

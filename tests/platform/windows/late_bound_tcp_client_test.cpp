@@ -51,11 +51,11 @@ TEST_F(LateBoundTcpClientTest, DrivesTheComponentByItsMembers) {
   client->SendData(bytes);
   EXPECT_EQ(client->GetData(), bytes);
   client->Close();
-  EXPECT_EQ(
-      component.script.calls,
-      (std::vector<std::string>{"put RemoteHost '10.0.0.1'", "put RemotePort 102", "call Connect",
-                                "get State", "get BytesReceived", "call SendData '" + bytes + "'",
-                                "call GetData & 8", "call Close"}));
+  EXPECT_EQ(component.script.calls,
+            (std::vector<std::string>{"put RemoteHost '10.0.0.1'", "put RemotePort 102",
+                                      "call Connect", "get State", "get BytesReceived", "get State",
+                                      "call SendData '" + bytes + "'", "call GetData & 8",
+                                      "call Close"}));
 }
 
 TEST_F(LateBoundTcpClientTest, TheBuiltInClientStandsInForALackingComponent) {
@@ -68,6 +68,17 @@ TEST_F(LateBoundTcpClientTest, TheBuiltInClientStandsInForALackingComponent) {
   EXPECT_FALSE(is_built_in(make_tcp_client()));
   component.script.refuses_creation = true;
   EXPECT_TRUE(is_built_in(make_tcp_client()));
+}
+
+TEST_F(LateBoundTcpClientTest, IsConnectedUntilTheLastByteIsTaken) {
+  const std::unique_ptr<TcpClient> client = make_tcp_client();
+  component.script.state = kTcpPeerClosing;
+  component.script.received = "last words";
+  EXPECT_EQ(client->State(), kTcpConnected);
+  client->SendData("nobody reads this");
+  EXPECT_EQ(component.script.calls.back(), "get BytesReceived") << "nothing is sent";
+  EXPECT_EQ(client->GetData(), "last words");
+  EXPECT_EQ(client->State(), kTcpPeerClosing);
 }
 
 TEST_F(LateBoundTcpClientTest, ErrorsKeepTheirNumbersAndTexts) {
