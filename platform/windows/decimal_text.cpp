@@ -1,5 +1,6 @@
 #include "platform/windows/decimal_text.h"
 
+#include <cmath>
 #include <new>
 
 #include "base/runtime_error.h"
@@ -20,6 +21,7 @@ double number_from_text(const std::string& text, LCID locale) {
 }
 
 std::string text_from_number(double number, LCID locale) {
+  if (!std::isfinite(number)) throw RuntimeError(kOverflow);  // the system would write "INF"
   Bstr text;
   if (FAILED(VarBstrFromR8(number, locale, 0, text.out()))) throw std::bad_alloc();
   return utf8_from_utf16(text.view());

@@ -12,7 +12,8 @@ namespace plexum::windows {
 // RuntimeError 6 for a number beyond the range of a double, 13 for a text that is no number.
 double number_from_text(const std::string& text, LCID locale = LOCALE_USER_DEFAULT);
 
-// Up to 15 significant digits, no trailing zeros; 1E-05 and 1E+15 beyond plain decimals.
+// Up to 15 significant digits, no trailing zeros; with an exponent from 1E+15 on and for small
+// numbers (from where on is the system's own rule). RuntimeError 6 unless finite.
 std::string text_from_number(double number, LCID locale = LOCALE_USER_DEFAULT);
 
 }  // namespace plexum::windows
