@@ -4,7 +4,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <system_error>
 
 #include "base/runtime_error.h"
@@ -67,6 +69,25 @@ double plain_number(std::string_view text) {
   return static_cast<double>(number);
 }
 
+// Where a text with a negative exponent, 1.25e-05, needs at most 15 decimals: 0.0000125. Else the
+// text as it is.
+std::string with_plain_decimals(std::string_view text) {
+  constexpr int kMostDecimals = 15;
+  const std::size_t mark = text.find("e-");
+  if (mark == std::string_view::npos) return std::string(text);
+  int exponent = 0;
+  std::from_chars(text.data() + mark + 2, text.data() + text.size(), exponent);
+  const bool negative = text.front() == '-';
+  std::string digits;
+  std::copy_if(text.begin() + (negative ? 1 : 0), text.begin() + static_cast<std::ptrdiff_t>(mark),
+               std::back_inserter(digits), is_digit);
+  const int decimals = exponent + static_cast<int>(digits.size()) - 1;
+  const bool excepted = digits == "1" && exponent == kMostDecimals;
+  if (decimals > kMostDecimals || excepted) return std::string(text);
+  digits.insert(0, static_cast<std::size_t>(exponent - 1), '0');
+  return (negative ? "-0." : "0.") + digits;
+}
+
 }  // namespace
 
 double number_from_text(std::string_view text, char separator) {
@@ -121,8 +142,10 @@ std::string text_from_number(double number, char separator) {
     end = std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::general,
                         15)
               .ptr;
-    std::replace(text.data(), end, '.', separator);
-    std::replace(text.data(), end, 'e', 'E');
+    std::string decimals = with_plain_decimals({text.data(), end});
+    std::replace(decimals.begin(), decimals.end(), '.', separator);
+    std::replace(decimals.begin(), decimals.end(), 'e', 'E');
+    return decimals;
   }
   return {text.data(), end};
 }

@@ -11,8 +11,9 @@ namespace plexum::portable {
 // small for a double is 0. No locale but the separator counts.
 double number_from_text(std::string_view text, char separator);
 
-// The text of a number: up to 15 significant digits without trailing zeros, from 1E+15 on and
-// below 0.0001 with an exponent of at least two digits (1E-05). RuntimeError 6 unless finite.
+// The text of a number, as hosts on Windows see it: up to 15 significant digits without trailing
+// zeros; with an exponent of at least two digits from 1E+15 on, and below 0.0001 where plain
+// decimals would be more than 15, and for 1E-15. RuntimeError 6 unless finite.
 std::string text_from_number(double number, char separator);
 
 }  // namespace plexum::portable
