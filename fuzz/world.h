@@ -10,14 +10,13 @@
 #include "base/runtime_error.h"
 #include "control/plexum_link.h"
 #include "fuzz/input.h"
-#include "platform/portable/decimal_text.h"
 #include "sim/plc_connection.h"
 #include "tests/support/fake_environment.h"
 #include "tests/support/scripted_tcp_client.h"
 
 namespace plexum::fuzz {
 
-// A host with a hand-driven clock and the plain number texts. No wait may be without an end.
+// A host with a hand-driven clock. No wait may be without an end.
 class Host : public test::FakeEnvironment {
  public:
   int most_waits = 100'000;
@@ -25,12 +24,6 @@ class Host : public test::FakeEnvironment {
   void wait_for_input(std::uint32_t milliseconds) override {
     require(waits < most_waits, "a wait comes to an end");
     FakeEnvironment::wait_for_input(milliseconds);
-  }
-  double number_from_text(const std::string& text) override {
-    return portable::number_from_text(text, '.');
-  }
-  std::string text_from_number(double number) override {
-    return portable::text_from_number(number, '.');
   }
 };
 

@@ -1,21 +1,17 @@
 #pragma once
 
-#include <algorithm>
-#include <cctype>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "base/host_environment.h"
-#include "base/runtime_error.h"
+#include "platform/portable/decimal_text.h"
 
 namespace plexum::test {
 
-// A host environment with a hand-driven clock: a wait lasts as long as it was asked to, unless
-// `on_wait` ends it early. Everything that the control asks for is recorded.
+// A host environment with a hand-driven clock and plain decimal numbers: a wait lasts as long as it
+// was asked to, unless `on_wait` ends it early. Everything that the control asks for is recorded.
 class FakeEnvironment : public HostEnvironment {
  public:
   // Called in every wait with its length; returns the milliseconds that pass in it.
@@ -44,24 +40,10 @@ class FakeEnvironment : public HostEnvironment {
   void property_changed(const std::string& name) override { changed_properties.push_back(name); }
 
   double number_from_text(const std::string& text) override {
-    const auto blank = [](unsigned char c) { return c == ' '; };
-    const auto first = std::find_if_not(text.begin(), text.end(), blank);
-    const auto last = std::find_if_not(text.rbegin(), text.rend(), blank).base();
-    const std::string digits = first < last ? std::string(first, last) : std::string();
-    if (digits.empty() || digits.find_first_not_of("+-.0123456789Ee") != std::string::npos) {
-      throw RuntimeError(kTypeMismatch);
-    }
-    char* end = nullptr;
-    const double number = std::strtod(digits.c_str(), &end);
-    if (end != digits.c_str() + digits.size()) throw RuntimeError(kTypeMismatch);
-    if (std::isinf(number)) throw RuntimeError(kOverflow);
-    return number;
+    return portable::number_from_text(text, '.');
   }
-
   std::string text_from_number(double number) override {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.15G", number);
-    return text;
+    return portable::text_from_number(number, '.');
   }
 };
 
