@@ -28,18 +28,33 @@ void Floor::close() {
   if (const int socket = std::exchange(socket_, -1); socket >= 0) ::close(socket);
 }
 
-void Floor::play(const Exchange& exchange) {
-  std::array<char, 16384> answer;
-  const std::string& telegram = exchange.telegram;
+void Floor::play(const Dialogue& dialogue, std::size_t in_flight) {
+  std::size_t sent = 0;
+  std::size_t answered = 0;
+  std::size_t received = 0;  // bytes of the next answer
+  while (answered < dialogue.size()) {
+    for (; sent < dialogue.size() && sent - answered < in_flight; ++sent) {
+      send(dialogue[sent].telegram);
+    }
+    received += receive();
+    for (; answered < sent && received >= dialogue[answered].answer_size; ++answered) {
+      received -= dialogue[answered].answer_size;
+    }
+  }
+}
+
+void Floor::send(const std::string& telegram) {
   if (::send(socket_, telegram.data(), telegram.size(), MSG_NOSIGNAL) !=
       static_cast<ssize_t>(telegram.size())) {
     throw std::runtime_error("the floor's send failed");
   }
-  for (std::size_t received = 0; received < exchange.answer_size;) {
-    const ssize_t count = ::recv(socket_, answer.data(), answer.size(), 0);
-    if (count <= 0) throw std::runtime_error("the floor got no answer");
-    received += static_cast<std::size_t>(count);
-  }
+}
+
+std::size_t Floor::receive() {
+  std::array<char, 16384> answer;
+  const ssize_t count = ::recv(socket_, answer.data(), answer.size(), 0);
+  if (count <= 0) throw std::runtime_error("the floor got no answer");
+  return static_cast<std::size_t>(count);
 }
 
 }  // namespace plexum::bench

@@ -14,8 +14,8 @@ struct Exchange {
 };
 using Dialogue = std::vector<Exchange>;
 
-// The floor: what a program costs that only plays telegrams, by one blocking send and, as a rule,
-// one blocking receive each.
+// The floor: what a program costs that only plays telegrams, by one blocking send each and, as a
+// rule, one blocking receive.
 class Floor {
  public:
   Floor() = default;
@@ -25,13 +25,15 @@ class Floor {
 
   void connect(std::uint16_t port);
   void close();
-  // Throws std::runtime_error when the answer doesn't come whole.
-  void play(const Exchange& exchange);
-  void play(const Dialogue& dialogue) {
-    for (const Exchange& exchange : dialogue) play(exchange);
-  }
+  // With up to so many telegrams in flight. Throws std::runtime_error when an answer doesn't come
+  // whole.
+  void play(const Dialogue& dialogue, std::size_t in_flight = 1);
 
  private:
+  void send(const std::string& telegram);
+  // At least one byte; how many.
+  std::size_t receive();
+
   int socket_ = -1;
 };
 

@@ -1,5 +1,6 @@
 // The native measurement: plexum_bench [PART...], all parts without.
 //   round-trips  jobs, connecting and long reads against the floor
+//   watch        the processor's share of a thousand variables, ten times a second
 //   scale        many controls in one process
 //   idle         wake-ups of an idle connected control
 //   peer         prints the port of a bare answerer and serves until it is ended
@@ -53,6 +54,8 @@ void run(const std::vector<std::string>& parts) {
   for (std::size_t i = 0; i < parts.size(); ++i) {
     if (parts[i] == "round-trips") {
       measure_round_trips(kPairs);
+    } else if (parts[i] == "watch") {
+      measure_watch();
     } else if (parts[i] == "scale") {
       measure_scale();
     } else if (parts[i] == "idle") {
@@ -73,7 +76,7 @@ void run(const std::vector<std::string>& parts) {
 int main(int count, char** arguments) {
   try {
     std::vector<std::string> parts(arguments + 1, arguments + count);
-    if (parts.empty()) parts = {"round-trips", "scale", "idle"};
+    if (parts.empty()) parts = {"round-trips", "watch", "scale", "idle"};
     run(parts);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "plexum_bench: %s\n", error.what());

@@ -9,7 +9,8 @@ namespace plexum::bench {
 // Where this process and its peer run.
 enum class Placement { kAnywhere, kOneProcessor, kOneEach };
 
-// Binds this process to a processor, or frees it, and has it so for the peers made from now on.
+// Binds this process to a processor, or lets it run on any. Peers that are made from now on run
+// where the placement puts them.
 void place(Placement placement);
 
 // A PLC in a process of its own, on a free port of 127.0.0.1. It ends with the object.
@@ -19,7 +20,6 @@ class Peer {
     kSimulator,  // the simulated PLC: 64 connections, DB 1 to DB 15 of 4,000 bytes
     kAnswerer,   // answers known telegrams by a blocking receive and a blocking send
   };
-
   Peer(Kind kind, std::uint16_t pdu);
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;

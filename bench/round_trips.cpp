@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/client.h"
 #include "bench/control.h"
 #include "bench/floor.h"
 #include "bench/jobs.h"
@@ -17,7 +18,7 @@ constexpr std::uint16_t kLargestPdu = 960;  // that the control asks for
 
 void print_head(const std::string& title) {
   std::printf("\n%s\n%-34s %17s %17s %7s %9s\n%-34s %8s %8s %8s %8s %7s %9s\n", title.c_str(),
-              "microseconds", "floor", "control", "", "processor", "", "median", "p99", "median",
+              "microseconds", "floor", "subject", "", "processor", "", "median", "p99", "median",
               "p99", "ratio", "above");
 }
 
@@ -44,6 +45,21 @@ void compare_job(const Job& job, std::uint16_t pdu, std::uint16_t port, int pair
   print_row(job.name,
             measure_pairs(
                 pairs, operations, [&] { floor.play(dialogue); }, [&] { job.run(control.link); }));
+}
+
+// The same for one read of the client.
+void compare_client_read(std::uint32_t bytes, std::uint16_t port, int pairs, int operations) {
+  const std::vector<client::Item> items = {{.block = 1, .count = bytes}};
+  const ClientDialogues dialogues = dialogues_of_reading(items, port);
+  posix::EventLoop loop;
+  Client client(loop, port);
+  Floor floor;
+  floor.connect(port);
+  floor.play(dialogues.connecting);
+  print_row(
+      "S7Client " + std::to_string(bytes) + " bytes",
+      measure_pairs(
+          pairs, operations, [&] { floor.play(dialogues.job); }, [&] { read(client.s7, items); }));
 }
 
 void compare_connecting(std::uint16_t port, int pairs) {
@@ -97,6 +113,9 @@ void measure(Peer::Kind kind, Placement placement, const std::string& title, int
     print_head(title);
     for (const Job& job : round_trip_jobs()) {
       compare_job(job, kLargestPdu, peer.port(), pairs, kJobs);
+    }
+    for (const std::uint32_t bytes : {2u, 200u, 900u}) {
+      compare_client_read(bytes, peer.port(), pairs, kJobs);
     }
     compare_connecting(peer.port(), pairs);
   }

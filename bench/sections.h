@@ -9,6 +9,9 @@ namespace plexum::bench {
 // and on one processor. `pairs` of samples each.
 void measure_round_trips(int pairs);
 
+// What `plexum watch` takes of a processor.
+void measure_watch();
+
 // Many controls in one process.
 void measure_scale();
 
