@@ -72,7 +72,7 @@ void connect(PlexumLink& link, std::uint16_t port) {
 }
 
 void AnsweringClient::SendData(const std::string& bytes) {
-  // What was asked last is asked again as a rule: this client's own time stays small.
+  // As a rule the same is asked again: its answer is kept, and this client's own time stays small.
   if (dialogue.empty() || dialogue.back().telegram != bytes) {
     next_answer_ = answer_to(bytes, pdu_);
     dialogue.push_back({bytes, next_answer_.size()});

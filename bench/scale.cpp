@@ -39,7 +39,7 @@ double heap() {
   return static_cast<double>(info.uordblks);
 }
 
-// Times a second that `job` is done for each of `count` in turn.
+// How many times a second `job` is done, for each of `count` in turn.
 double rate(std::size_t count, const std::function<void(std::size_t)>& job) {
   constexpr std::size_t kJobs = 20000;
   const Clock::time_point start = Clock::now();
@@ -47,7 +47,7 @@ double rate(std::size_t count, const std::function<void(std::size_t)>& job) {
   return kJobs / std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// What one round with that many has come to.
+// What was measured in one round.
 struct Round {
   double floor = 0;    // jobs a second
   double control = 0;  // jobs a second

@@ -35,7 +35,7 @@ constexpr int kMostFailuresAfterAFault = 2;
 
 constexpr const char* kBlock = "5";
 constexpr std::size_t kBlockSize = 1024;
-constexpr sim::BlockId kCode{sim::BlockType::kFunction, 7};  // that goes up and down
+constexpr sim::BlockId kCode{sim::BlockType::kFunction, 7};  // that is uploaded and downloaded
 
 struct Untrue : std::runtime_error {
   using runtime_error::runtime_error;
@@ -92,14 +92,16 @@ struct Job {
 };
 
 using Faults = std::vector<const char*>;
-// "double" comes first: a transfer, or a job with an answer of open length, takes it for two.
+// "double" comes first: a transfer, or a job with an answer of open length, takes the second answer
+// for the next one, so they are struck by those behind it alone.
 const Faults kFaults = {"double",     "silence",    "late=40", "length=1",   "length=5",
                         "length=18",  "length=19",  "close",   "reset",      "then-close",
                         "silence@2",  "then-reset", "close@2", "error=D209", "reset@2",
                         "error=8104", "length=12@2"};
-// "pieces" comes last: only a job that waits for the whole length takes no part for the answer.
+// "pieces" comes last: only a job that waits for the whole length waits for all of them, so the
+// others are struck by those before it alone.
 const Faults kHarmless = {"late=2", "late=1", "pieces=9:1"};
-// No cut set-up answer is among them: the job would take its rest for its own answer.
+// A set-up answer that is cut isn't among them: the job would take its rest for its own answer.
 const Faults kWhileConnecting = {"confirm:silence", "confirm:length=21", "confirm:close",
                                  "confirm:reset",   "setup:silence",     "setup:close",
                                  "setup:reset",     "accept:close",      "accept:reset"};
@@ -127,7 +129,8 @@ class Soak {
     }
     Resources after = settled();
     for (int waits = 0; waits < 100 && after.handles > before.handles; ++waits) after = settled();
-    demand(after.heap <= before.heap + 64 * 1024, "memory grew");
+    // The C library keeps some freed blocks of each size, which count as in use.
+    demand(after.heap <= before.heap + 128 * 1024, "memory grew");
     demand(after.handles == before.handles, "handles are left");
     demand(after.threads == before.threads, "threads are left");
     std::cout << jobs << " jobs, " << faults_ << " faults, of which " << harmless_
@@ -281,7 +284,7 @@ class Soak {
     return link_.ag_WriteX(kBlock, start, on ? "1" : "0", "D", std::to_string(bit));
   }
 
-  // A refused service tells no result, one that was answered True.
+  // A service is True where an answer came, and False where it was refused.
   bool changed_mode(const Value& value, sim::Mode wanted) {
     const bool succeeded = value == Value(true);
     if (succeeded) demand(mode() == wanted, "the PLC is in another mode");

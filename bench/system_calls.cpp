@@ -12,10 +12,10 @@
 namespace plexum::bench {
 namespace {
 
-// Stops the process before and behind the work, and isn't counted.
+// The call that stops the process before and after the work; it isn't counted.
 constexpr long kBoundary = SYS_kill;
 
-// Those of interest; any other shows by its number.
+// Names for the calls that are expected; any other shows as its number.
 std::string name_of(std::uint64_t number) {
   switch (number) {
     case SYS_sendto:

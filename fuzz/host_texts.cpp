@@ -25,13 +25,13 @@ double unsigned_number(const std::string& bytes) {
   return number;
 }
 
-// A number has one text, and its text that number, to 15 digits.
+// A number's text reads as that number again, to 15 digits.
 void check_number(Host& host, const std::string& text) {
   double number = 0;
   if (error_of([&] { number = host.number_from_text(text); }) != 0) return;
   const std::string shown = host.text_from_number(number);
   double again = 0;
-  // Rounding to 15 digits leads beyond the largest double only there.
+  // Only the largest numbers become more than a double holds when 15 digits round them up.
   if (error_of([&] { again = host.number_from_text(shown); }) != 0) {
     return require(std::abs(number) > 1.797E308, "a number's text is a number");
   }
@@ -39,8 +39,8 @@ void check_number(Host& host, const std::string& text) {
   require(std::abs(again - number) <= std::abs(number) * 1E-14, "a text keeps the number");
 }
 
-// The bytes of a conversion, which there are so many of; none where it raises an error. It may
-// change the text.
+// The bytes that a conversion makes, which must be `size`; none where it raises an error. A
+// conversion may change the text.
 template <typename Member>
 std::string converted(World& world, Member member, std::size_t size, std::string& text) {
   std::string bytes;

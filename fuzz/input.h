@@ -10,15 +10,15 @@
 
 namespace plexum::fuzz {
 
-// Ends the run as a finding: what must always hold didn't.
+// Ends the run as a finding unless it holds.
 inline void require(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %s\n", what);
   std::abort();
 }
 
-// The fuzzer's bytes, taken from the front. At their end there are only zeros and empty texts, so
-// a choice's 0 is the one that leads to an end.
+// The fuzzer's bytes, taken from the front. Behind the last one all numbers are 0 and all texts are
+// empty, so the choice 0 must be one that leads to an end.
 class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size) : left_(data, size) {}
@@ -40,7 +40,7 @@ class Input {
     left_ = left_.subspan(taken.size());
     return {taken.begin(), taken.end()};
   }
-  // A text behind its length.
+  // A byte that is a length, and a text of that length.
   std::string text() { return bytes(byte()); }
   std::string rest() { return bytes(left_.size()); }
 

@@ -1,5 +1,5 @@
 // Property bags of containers, which may hand back any value of any type, or fail. What a control
-// has loaded it saves so that it loads again.
+// has loaded it must save in a form that it can load again.
 
 #include <cstring>
 #include <map>

@@ -55,7 +55,7 @@ void run(Input input) {
       client.over = client.over || output.end != sim::Output::End::kNone;
     }
   }
-  // A piece's first byte: how long it is, and whose.
+  // Before each piece stands a byte: its lowest bit says whose piece it is, the rest how long.
   while (!input.empty()) {
     const std::size_t head = input.byte();
     clients[head & 1].say(input.bytes(1 + (head >> 1)), spoiled);

@@ -65,7 +65,7 @@ class Wire : public test::ScriptedTcpClient {
     if (reset) available.clear();
     state = reset ? kTcpError : kTcpPeerClosing;
   }
-  // So many slices after what was to come before it.
+  // Delivers it that many slices after the output before it.
   void deliver_in(std::size_t slices, sim::Output output) {
     output.delay = {};
     coming_.push_back({slices, std::move(output)});
@@ -114,8 +114,8 @@ struct World {
   }
 };
 
-// Makes a call of the control. The only thing that may leave it but its result is one of the
-// run-time errors that its documentation names; 0 for none.
+// Makes a call of the control; the number of the run-time error that it raises, 0 for none. An
+// error that the control's documentation doesn't name is a finding, and so is any other exception.
 template <typename Call>
 std::int32_t error_of(Call call) {
   try {

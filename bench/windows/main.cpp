@@ -154,7 +154,7 @@ void compare(_PlexumLink& link, const WindowsFloor& floor, const Job& job,
 void count_wake_ups() {
   constexpr DWORD kMilliseconds = 5000;
   const DWORD start = GetTickCount();
-  int wake_ups = -1;  // the last one is the time's own
+  int wake_ups = -1;  // the last one is only the end of the time
   int messages = 0;
   for (DWORD gone = 0; gone < kMilliseconds; gone = GetTickCount() - start) {
     MsgWaitForMultipleObjects(0, nullptr, FALSE, kMilliseconds - gone, QS_ALLINPUT);

@@ -30,7 +30,7 @@ class LinkFixture : public testing::Test {
   static std::string connection_confirm() { return std::string(22, '\0'); }
   static std::string setup_answer() { return std::string(27, '\0'); }
 
-  // Connects as for the first time, whatever a case before has left, and forgets how.
+  // Connects as for the first time, whatever an earlier case has left; what this sends isn't kept.
   void connect() {
     environment.on_wait = [](std::uint32_t ms) { return ms; };
     environment.on_process_messages = [] {};

@@ -176,7 +176,7 @@ void TcpEnd::close() { close_descriptor(connection_); }
 
 void TcpEnd::reset() {
   linger drop{};
-  drop.l_onoff = 1;  // and 0 seconds
+  drop.l_onoff = 1;  // with a limit of 0 seconds: closing drops what is unsent, and resets
   ::setsockopt(native(connection_), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&drop),
                sizeof drop);
   close_descriptor(connection_);

@@ -26,10 +26,10 @@ class TcpEnd {
   // What is there now, up to that many bytes.
   std::string receive_some(std::size_t size);
 
-  // Ends the stream in this direction, as a peer that says goodbye.
+  // Sends no more, which the other end sees as an orderly end; receiving goes on.
   void finish();
   void close();
-  // Drops the connection as a machine that has forgotten it.
+  // Ends the connection by a reset, as a machine does that has been switched off and on.
   void reset();
 
  protected:

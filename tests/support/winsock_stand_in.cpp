@@ -56,7 +56,7 @@ std::string text_of_call(WORD kind, std::wstring_view member, const DISPPARAMS& 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-// An object of the stand-in's, which holds it whatever references there are.
+// A COM object that the stand-in owns: it lives on when its last reference is released.
 template <typename Interface>
 class Unknown : public Interface {
  public:
