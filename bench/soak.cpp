@@ -299,7 +299,7 @@ class Soak {
     // The low byte of the last transition's event: 5144 runs, 4304 was stopped.
     std::string texts;
     for (const Value& bit : std::get<VariantArray>(value).elements) {
-      texts = std::get<std::string>(bit) + texts;
+      texts.insert(0, std::get<std::string>(bit));
     }
     demand(texts == (mode() == sim::Mode::kRun ? "01000100" : "00000100"),
            "another mode than the PLC's");
