@@ -11,6 +11,7 @@
 #include "base/runtime_error.h"
 #include "base/tcp_client.h"
 #include "platform/portable/limits.h"
+#include "support/error_of.h"
 #include "support/tcp_peer.h"
 
 namespace plexum::test {
@@ -63,16 +64,6 @@ class TcpClientContract : public testing::Test {
     peer.accept();
   }
 
-  template <typename Call>
-  std::int32_t error_of(Call call) {
-    try {
-      call();
-    } catch (const RuntimeError& error) {
-      return error.number();
-    }
-    return 0;
-  }
-
   World world;
   TcpClient& client = world.client();
 };
@@ -85,7 +76,7 @@ TYPED_TEST_P(TcpClientContract, StartsClosedAndEmpty) {
   EXPECT_EQ(this->client.GetData(), "");
   this->client.Close();
   EXPECT_EQ(this->client.State(), kTcpClosed);
-  EXPECT_EQ(this->error_of([this] { this->client.SendData("x"); }), kTcpWrongState);
+  EXPECT_EQ(error_of([this] { this->client.SendData("x"); }), kTcpWrongState);
 }
 
 TYPED_TEST_P(TcpClientContract, CarriesEveryByteBothWays) {
@@ -146,8 +137,8 @@ TYPED_TEST_P(TcpClientContract, EndsInEveryWayAndConnectsAgain) {
       if (before.empty() && (TypeParam::kTellsResets || state != kTcpError)) {
         EXPECT_EQ(this->client.State(), state) << name;
       }
-      EXPECT_EQ(this->error_of([&] { this->client.SendData("x"); }), kTcpWrongState) << name;
-      EXPECT_EQ(this->error_of([&] { this->client.Connect(); }), kTcpInvalidOperation) << name;
+      EXPECT_EQ(error_of([&] { this->client.SendData("x"); }), kTcpWrongState) << name;
+      EXPECT_EQ(error_of([&] { this->client.Connect(); }), kTcpInvalidOperation) << name;
       this->client.Close();
     }
     this->connect(peer);
@@ -162,7 +153,7 @@ TYPED_TEST_P(TcpClientContract, ClosesAndConnectsAgain) {
   TcpPeer peer;
   for (int round = 0; round < 3; ++round) {
     this->connect(peer);
-    EXPECT_EQ(this->error_of([this] { this->client.Connect(); }), kTcpInvalidOperation);
+    EXPECT_EQ(error_of([this] { this->client.Connect(); }), kTcpInvalidOperation);
     peer.send("forgotten");
     EXPECT_TRUE(this->until([this] { return this->client.BytesReceived() == 9; }));
     this->client.Close();
@@ -217,10 +208,10 @@ TYPED_TEST_P(TcpClientContract, ConnectsByIpv6) {
 
 TYPED_TEST_P(TcpClientContract, PortsHaveSixteenBits) {
   for (const std::int32_t port : {-1, 65536, 2147483647}) {
-    EXPECT_EQ(this->error_of([this, port] { this->client.RemotePort(port); }), kTcpInvalidArgument);
+    EXPECT_EQ(error_of([this, port] { this->client.RemotePort(port); }), kTcpInvalidArgument);
   }
   for (const std::int32_t port : {0, 102, 65535}) {
-    EXPECT_EQ(this->error_of([this, port] { this->client.RemotePort(port); }), 0);
+    EXPECT_EQ(error_of([this, port] { this->client.RemotePort(port); }), 0);
   }
 }
 
@@ -232,7 +223,7 @@ TYPED_TEST_P(TcpClientContract, QueuesWhatASlowPeerDoesNotTake) {
   this->client.SendData(bytes);
   this->client.SendData("the end");
   const std::string too_much(portable::kOutboundLimit, 'x');
-  EXPECT_EQ(this->error_of([&] { this->client.SendData(too_much); }), portable::kNoBufferSpace);
+  EXPECT_EQ(error_of([&] { this->client.SendData(too_much); }), portable::kNoBufferSpace);
   EXPECT_EQ(this->client.State(), kTcpConnected);
   peer.finish();
   EXPECT_TRUE(this->until_state(kTcpPeerClosing));
