@@ -1,5 +1,6 @@
 // The native measurement: plexum_bench [PART...], all parts without.
 //   round-trips  jobs, connecting and long reads against the floor
+//   client       lists of items and long reads of the client, many jobs in flight
 //   watch        the processor's share of a thousand variables, ten times a second
 //   scale        many controls in one process
 //   idle         wake-ups of an idle connected control
@@ -54,6 +55,8 @@ void run(const std::vector<std::string>& parts) {
   for (std::size_t i = 0; i < parts.size(); ++i) {
     if (parts[i] == "round-trips") {
       measure_round_trips(kPairs);
+    } else if (parts[i] == "client") {
+      measure_client(kPairs);
     } else if (parts[i] == "watch") {
       measure_watch();
     } else if (parts[i] == "scale") {
@@ -76,7 +79,7 @@ void run(const std::vector<std::string>& parts) {
 int main(int count, char** arguments) {
   try {
     std::vector<std::string> parts(arguments + 1, arguments + count);
-    if (parts.empty()) parts = {"round-trips", "watch", "scale", "idle"};
+    if (parts.empty()) parts = {"round-trips", "client", "watch", "scale", "idle"};
     run(parts);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "plexum_bench: %s\n", error.what());

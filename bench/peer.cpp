@@ -68,10 +68,12 @@ void tell(int pipe, std::uint16_t port) {
   ::close(pipe);
 }
 
-[[noreturn]] void simulate(int pipe, std::uint16_t pdu) {
+[[noreturn]] void simulate(int pipe, std::uint16_t pdu, Peer::Pace pace) {
   sim::Options options;
   options.port = 0;
   options.pdu = pdu;
+  options.jobs = pace.jobs;
+  options.latency = pace.latency;
   for (std::uint16_t block = 1; block <= 15; ++block) options.data_blocks.push_back({block, 4000});
   const sim::SimulatedPlc plc(options);
   tell(pipe, plc.port());
@@ -130,7 +132,7 @@ void answer_on(int listener, std::uint16_t pdu) {
   }
 }
 
-Peer::Peer(Kind kind, std::uint16_t pdu) {
+Peer::Peer(Kind kind, std::uint16_t pdu, Pace pace) {
   std::array<int, 2> ends;
   if (::pipe(ends.data()) != 0) fail("pipe");
   process_ = ::fork();
@@ -140,7 +142,7 @@ Peer::Peer(Kind kind, std::uint16_t pdu) {
     ::prctl(PR_SET_NAME, "peer");  // for profiles
     ::close(ends[0]);
     if (current == Placement::kOneEach) bind_to({processors().front()});
-    if (kind == Kind::kSimulator) simulate(ends[1], pdu);
+    if (kind == Kind::kSimulator) simulate(ends[1], pdu, pace);
     std::uint16_t port = 0;
     const int listener = listen_on_a_free_port(port);
     tell(ends[1], port);

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 
 namespace plexum::bench {
@@ -20,7 +21,14 @@ class Peer {
     kSimulator,  // the simulated PLC: 64 connections, DB 1 to DB 15 of 4,000 bytes
     kAnswerer,   // answers known telegrams by a blocking receive and a blocking send
   };
-  Peer(Kind kind, std::uint16_t pdu);
+  // What the simulated PLC grants, and how long it takes for a job.
+  struct Pace {
+    std::uint16_t jobs = 3;
+    std::chrono::milliseconds latency{0};
+  };
+
+  Peer(Kind kind, std::uint16_t pdu) : Peer(kind, pdu, Pace()) {}
+  Peer(Kind kind, std::uint16_t pdu, Pace pace);
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
   ~Peer();

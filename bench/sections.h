@@ -9,6 +9,10 @@ namespace plexum::bench {
 // and on one processor. `pairs` of samples each.
 void measure_round_trips(int pairs);
 
+// The client's lists of items and long reads: against the floor with as many telegrams in flight,
+// against the time that the PLC takes, and beside the control. `pairs` of samples each.
+void measure_client(int pairs);
+
 // What `plexum watch` takes of a processor.
 void measure_watch();
 
