@@ -1,6 +1,10 @@
 # Common to both bitnesses; included by mingw-x86_64.cmake and mingw-i686.cmake.
-set(CMAKE_C_COMPILER ${PLEXUM_MINGW}-gcc-posix)
-set(CMAKE_CXX_COMPILER ${PLEXUM_MINGW}-g++-posix)
+# PLEXUM_THREADS is the thread model of the compiler's run-time library: "posix" has std::thread and
+# std::mutex; "win32", for the control, brings nothing into its host that would support them.
+set(PLEXUM_THREADS posix CACHE STRING "posix or win32")
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PLEXUM_THREADS)
+set(CMAKE_C_COMPILER ${PLEXUM_MINGW}-gcc-${PLEXUM_THREADS})
+set(CMAKE_CXX_COMPILER ${PLEXUM_MINGW}-g++-${PLEXUM_THREADS})
 set(CMAKE_RC_COMPILER ${PLEXUM_MINGW}-windres)
 set(CMAKE_AR ${PLEXUM_MINGW}-ar CACHE FILEPATH "")
 set(CMAKE_RANLIB ${PLEXUM_MINGW}-ranlib CACHE FILEPATH "")

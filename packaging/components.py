@@ -26,14 +26,19 @@ class Component:
         return pathlib.Path("/usr/share/doc") / self.package / "copyright"
 
 
+GCC_LICENCE = "GPL-3.0-or-later WITH GCC-exception-3.1"
+
 OF_COMMAND = [
     Component("CLI11", "libcli11-dev", "BSD-3-Clause"),
     Component("nlohmann-json", "nlohmann-json3-dev", "MIT"),
 ]
 
 OF_WINDOWS = OF_COMMAND + [
-    Component("libstdc++", "g++-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1"),
-    Component("libgcc", "gcc-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1"),
+    # The compilers of plexum.exe (POSIX threads) and of the control.
+    Component("libstdc++", "g++-mingw-w64-x86-64-posix", GCC_LICENCE),
+    Component("libgcc", "gcc-mingw-w64-x86-64-posix", GCC_LICENCE),
+    Component("libstdc++ of the control", "g++-mingw-w64-x86-64-win32", GCC_LICENCE),
+    Component("libgcc of the control", "gcc-mingw-w64-x86-64-win32", GCC_LICENCE),
     Component("mingw-w64 run time", "mingw-w64-x86-64-dev", "ZPL-2.1"),
     Component("winpthreads", "mingw-w64-x86-64-dev", "MIT AND BSD-3-Clause"),
 ]
