@@ -38,10 +38,32 @@ else()
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 endif()
 
+# Symbols, for whoever reads a crash of a release: functions and lines. They name sources by their path
+# in the project.
+set(PLEXUM_SYMBOLS -fdebug-prefix-map=${PROJECT_SOURCE_DIR}=.)
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  list(APPEND PLEXUM_SYMBOLS -g1)
+endif()
+
+# plexum_symbols(TARGET): users get a stripped file; FILE.debug beside it has its symbols. (On Linux the
+# package strips.)
+function(plexum_symbols target)
+  target_compile_options(${target} PRIVATE ${PLEXUM_SYMBOLS})
+  if(WIN32)
+    set(file $<TARGET_FILE:${target}>)
+    add_custom_command(TARGET ${target} POST_BUILD VERBATIM
+      # The stripped file is the one that the linker makes by -s: -p keeps the header's date, which is
+      # none, and names of sections have eight letters.
+      COMMAND ${CMAKE_OBJCOPY} -p --only-keep-debug ${file} ${file}.debug
+      COMMAND ${CMAKE_OBJCOPY} -p --strip-all --rename-section .eh_frame=.eh_fram ${file})
+  endif()
+endfunction()
+
 # plexum_library(NAME FILE...): one static library for the current folder.
 function(plexum_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC plexum_options)
+  target_compile_options(${name} PRIVATE ${PLEXUM_SYMBOLS})
 endfunction()
 
 # plexum_program(NAME FILE...): a program, left in the top of the build folder.

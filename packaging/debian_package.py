@@ -51,7 +51,7 @@ def depends(program):
 
 
 def settle(tree, epoch):
-    """One owner's modes and one time for everything."""
+    """Gives everything the modes of a package, and the same time."""
     for path in [tree, *tree.rglob("*")]:
         path.chmod(0o755 if path.is_dir() or path.parent == tree / "usr/bin" else 0o644)
         os.utime(path, (epoch, epoch))
@@ -78,6 +78,6 @@ def make(root, build, version, epoch, tree, target):
     (tree / "DEBIAN/control").write_text(control, encoding="utf-8")
     (tree / "DEBIAN/md5sums").write_text(sums, encoding="utf-8")
     settle(tree, epoch)
-    # More threads would compress to other bytes.
+    # With more threads the same files are compressed to other bytes.
     run("dpkg-deb", "--build", "--root-owner-group", "-Zxz", "--threads-max=1", tree, target,
         env={**os.environ, "SOURCE_DATE_EPOCH": str(epoch)})

@@ -20,6 +20,7 @@ import help_page  # noqa: E402
 import installer  # noqa: E402
 import sbom  # noqa: E402
 import signing  # noqa: E402
+import symbols  # noqa: E402
 import windows_tree  # noqa: E402
 
 
@@ -54,6 +55,8 @@ def main():
     setup = output / f"PlexumLink-{version}.msi"
     debian = output / f"plexum_{version}_amd64.deb"
     archive.make(windows, epoch, zipped)
+    symbols.make(builds, work / "symbols")
+    archive.make(work / "symbols", epoch, output / f"Plexum-{version}-symbols.zip")
     installer.make(windows, version, epoch, certificate, setup)
     debian_package.make(ROOT, builds / "native", version, epoch, work / "debian", debian)
     products = {setup: components.OF_WINDOWS, zipped: components.OF_WINDOWS,
