@@ -13,7 +13,8 @@ import xml.etree.ElementTree as xml
 
 import registration
 
-NOT_INSTALLED = {"register.cmd", "unregister.cmd", "registration.cmd", "registered.cmd"}
+NOT_INSTALLED = {"register.cmd", "unregister.cmd", "registration.cmd", "registered.cmd",
+                 "PlexumLink.reg"}
 UPGRADE_CODE = uuid.UUID("F2B01B38-94D7-467A-A364-464B0A11F3FC")  # of every version, for ever
 OWN_CLASS = rf"{registration.CLASSES}\CLSID\{registration.CLASS}\InprocServer32"
 

@@ -47,3 +47,23 @@ def keys(bits, file, folder):
         yield rf"Interface\{iid}\ProxyStubClsid32", "", marshaller
         yield rf"Interface\{iid}\TypeLib", "", LIBRARY
         yield rf"Interface\{iid}\TypeLib", "Version", "1.0"
+
+
+def quoted(text):
+    return '"' + text.replace("\\", r"\\").replace('"', r"\"") + '"'
+
+
+def reg_file(folder):
+    """The same for all users of a 64-bit Windows, as a file to import: both bitnesses, in x64 and x86
+    of the folder. Only classes and interfaces have a key for each bitness."""
+    values = {}
+    for bits, inside in ((64, "x64"), (32, "x86")):
+        for key, name, value in keys(bits, rf"{folder}\{inside}\PlexumLink.ocx",
+                                     rf"{folder}\{inside}"):
+            view = "Wow6432Node\\" if bits == 32 and key.startswith(("CLSID", "Interface")) else ""
+            values.setdefault(f"{view}{key}", {})[name] = value
+    return "Windows Registry Editor Version 5.00\n" + "".join(
+        f"\n[HKEY_LOCAL_MACHINE\\{CLASSES}\\{key}]\n" +
+        "".join(f"{quoted(name) if name else '@'}={quoted(value)}\n"
+                for name, value in named.items())
+        for key, named in values.items())

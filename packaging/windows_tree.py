@@ -1,11 +1,13 @@
 """The folder that the archive for Windows holds; the installer installs most of it:
 
   plexum.exe, PlexumLink.html, LICENSE.txt, register.cmd and its kin
+  PlexumLink.reg  what is registered, for those who distribute by means of their own
   x64, x86    PlexumLink.ocx of that bitness, with its manifest and its type library
   examples    the samples
   licences    of what is linked in
 """
 import components
+import registration
 
 CONTROL = {"PlexumLink.ocx": "PlexumLink.ocx", "PlexumLink.manifest": "PlexumLink.manifest",
            "activex/generated/plexum.tlb": "plexum.tlb"}
@@ -28,6 +30,8 @@ def make(root, win64, win32, help_page, target):
     put(win32 / "plexum.exe", target / "plexum.exe")  # the one that every Windows runs
     for path in (root / "packaging" / "windows").glob("*.cmd"):
         put(path, target / path.name)
+    (target / "PlexumLink.reg").write_text(
+        registration.reg_file(r"C:\Program Files\PlexumLink"), encoding="ascii", newline="\r\n")
     put(root / "LICENSE", target / "LICENSE.txt")
     (target / "PlexumLink.html").write_text(help_page, encoding="utf-8")
     for path in sorted((root / "examples").rglob("*")):

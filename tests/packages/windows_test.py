@@ -171,10 +171,15 @@ class Test:
             demand(shown.count("none") == 2 and shown.count(folder) == 2, f"registered: {shown}")
             if not arguments:
                 self.expect_sample(folder)
-                demand(self.keys(folder) == self.installed_keys,
-                       "the installer writes what the control writes itself: "
-                       f"{self.keys(folder) ^ self.installed_keys}")
+                keys = self.keys(folder)
+                demand(keys == self.installed_keys, "the installer writes what the control writes "
+                       f"itself: {keys ^ self.installed_keys}")
             self.register(folder, "unregister.cmd", *arguments)
+            if not arguments:
+                self.prefix.demand("reg", "import", folder + r"\PlexumLink.reg")
+                imported = self.keys(r"C:\Program Files\PlexumLink")
+                demand(imported == keys, f"PlexumLink.reg holds the same: {imported ^ keys}")
+                self.register(folder, "unregister.cmd")
             self.expect_clean("unregister.cmd")
         for arguments, code in (([], 1), (["nonsense"], 2)):
             self.register(folder, "register.cmd", *arguments, code=code)
