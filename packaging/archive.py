@@ -1,10 +1,10 @@
-"""The archive for Windows. The same files give the same bytes: sorted, with one time and mode."""
+"""Zip archives. The same files give the same bytes: sorted names, one time, one mode."""
 import time
 import zipfile
 
 
 def make(folder, epoch, target):
-    """All files of the folder, below a folder of the archive's name."""
+    """Packs all files of the folder, below a folder with the archive's name."""
     moment = time.gmtime(epoch)[:6]
     with zipfile.ZipFile(target, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as archive:
         for path in sorted(path for path in folder.rglob("*") if path.is_file()):

@@ -1,5 +1,5 @@
-"""What others wrote and the shipped files have compiled or linked in, with the versions that the
-build machine has."""
+"""Software of others that the shipped files have compiled or linked in. Versions are those of the
+build machine."""
 import dataclasses
 import pathlib
 import subprocess
@@ -8,7 +8,7 @@ import subprocess
 @dataclasses.dataclass(frozen=True)
 class Component:
     name: str
-    package: str  # of Debian: brings it, its version and its copyright file
+    package: str  # Debian's, which has its version and its copyright file
     licence: str  # an SPDX expression
 
     @property

@@ -24,7 +24,7 @@ def braced(code):
 
 
 def guid(name):
-    """The same name gives the same one: what stays the same over versions keeps its identity."""
+    """The same name always gives the same one, so components keep theirs in later versions."""
     return braced(uuid.uuid5(UPGRADE_CODE, name))
 
 
@@ -33,7 +33,8 @@ def identifier(path):
 
 
 def both_names(name, number):
-    """The short and the long name, as the database wants them; the number is another for each."""
+    """The short and the long name, as the database wants them. Each name in a folder needs another
+    number."""
     stem, _, kind = name.partition(".")
     if re.fullmatch(r"\w{1,8}", stem) and re.fullmatch(r"\w{0,3}", kind):
         return name
@@ -41,7 +42,7 @@ def both_names(name, number):
 
 
 class Document:
-    """The source for wixl: elements inside each other, and the components of the one feature."""
+    """The source for wixl."""
 
     def __init__(self, tree, version, content):
         self.tree = tree
@@ -55,14 +56,14 @@ class Document:
                      Description=f"PlexumLink {version}")
         self.element(self.product, "Media", Id="1", Cabinet="files.cab", EmbedCab="yes")
         for name, value in (
-                ("ARPNOMODIFY", "1"),  # nothing to choose in the list of programs
+                ("ARPNOMODIFY", "1"),  # the list of programs offers no change
                 ("REINSTALLMODE", "emus")):  # a file of the same version is replaced, too
             self.element(self.product, "Property", Id=name, Value=value)
         self.upgrade(version)
         top = self.element(self.product, "Directory", Id="TARGETDIR", Name="SourceDir")
         programs = self.element(top, "Directory", Id="ProgramFiles64Folder")
-        # The name isn't in capitals, so no command line can set it: always this folder, which the
-        # system keeps for administrators.
+        # A command line can only set names in capitals. So the folder is always this one, into which
+        # only administrators may write.
         self.folders = {pathlib.Path(): self.element(programs, "Directory", Id="InstallFolder",
                                                      Name=both_names("PlexumLink", 0))}
         self.features = {
@@ -85,7 +86,7 @@ class Document:
         return component
 
     def upgrade(self, version):
-        """Removing the installed version is part of the installation, and is rolled back with it."""
+        """The installed version is removed by the same transaction: a failure brings it back."""
         upgrade = self.element(self.product, "Upgrade", Id=self.product.get("UpgradeCode"))
         self.element(upgrade, "UpgradeVersion", Minimum="0.0.0", Maximum=version,
                      Property="INSTALLEDVERSION")
@@ -113,7 +114,7 @@ class Document:
                          Source=path.as_posix(), KeyPath="yes")
 
     def registration(self, top, bits, folder):
-        """Written in the view of the bitness."""
+        """The component's bitness decides into which view of the registry it writes."""
         component = self.component(top, f"registration{bits}",
                                    **({"Win64": "yes"} if bits == 64 else {}))
         key_path = {"KeyPath": "yes"}
@@ -121,7 +122,7 @@ class Document:
                 bits, f"[#{identifier(folder / 'PlexumLink.ocx')}]",
                 f"[InstallFolder]{folder}"):
             if bits == 32 and key.startswith(registration.PROG_ID):
-                continue  # Windows has them once for both
+                continue  # both views share these
             named = {"Name": name} if name else {}
             self.element(component, "RegistryValue", Root="HKLM", Type="string", Value=value,
                          Key=rf"{registration.CLASSES}\{key}", **named, **key_path)
@@ -154,12 +155,12 @@ def paths(tree):
 
 def queries(tree, version):
     """What wixl can't express."""
-    # Also upgrades from the same version, for builds between releases, and keeps what was chosen.
+    # Upgrades also from the same version, for builds between releases, and keeps chosen features.
     yield "DELETE FROM `Upgrade` WHERE `ActionProperty` = 'INSTALLEDVERSION'"
     yield ("INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMin`, `VersionMax`, `Attributes`, "
            f"`ActionProperty`) VALUES ('{braced(UPGRADE_CODE)}', '0.0.0', '{version}', 769, "
            "'INSTALLEDVERSION')")
-    # Files with a version follow its rules, and have no hash.
+    # A file that has a version must have no hash.
     for path in paths(tree):
         if path.suffix in (".ocx", ".exe"):
             yield (f"UPDATE `File` SET `Version` = '{version}.0', `Language` = '1033' "
@@ -168,7 +169,7 @@ def queries(tree, version):
     yield ("UPDATE `Property` SET `Value` = "
            "'INSTALLEDVERSION;NEWERVERSION;OWNREGISTRATION64;OWNREGISTRATION32;HIDDEN' "
            "WHERE `Property` = 'SecureCustomProperties'")
-    # The user's own registration of the control, which would hide this one.
+    # A registration of the user's own would hide this one.
     for bits, kind in ((64, 18), (32, 2)):
         yield f"INSERT INTO `AppSearch` (`Property`, `Signature_`) " \
               f"VALUES ('OWNREGISTRATION{bits}', 'own{bits}')"
@@ -184,7 +185,7 @@ def queries(tree, version):
     yield ("CREATE TABLE `Environment` (`Environment` CHAR(72) NOT NULL, "
            "`Name` CHAR(255) NOT NULL LOCALIZABLE, `Value` CHAR(255) LOCALIZABLE, "
            "`Component_` CHAR(72) NOT NULL PRIMARY KEY `Environment`)")
-    # Of the machine, removed with the component, at the end of what is there.
+    # "*": for all users; "=-": set now, taken away with the component; "[~]": what was there before.
     yield ("INSERT INTO `Environment` (`Environment`, `Name`, `Value`, `Component_`) "
            "VALUES ('path', '=-*PATH', '[~];[InstallFolder]', 'c.path')")
     for action, place in (("RemoveEnvironmentStrings", 3300), ("WriteEnvironmentStrings", 5200)):

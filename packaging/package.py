@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """package.py --version VERSION --epoch SECONDS [--output FOLDER] [--builds FOLDER]: makes the
-packages of what is built; script/package builds and calls it. The same builds, version and epoch
+packages from the builds. script/package builds and calls it. The same builds, version and epoch
 give the same bytes."""
 import argparse
 import hashlib

@@ -1,5 +1,5 @@
-"""What is registered of the control: the keys that regsvr32 has it write (activex/registration.cpp),
-for the installer and for the .reg files. tests/packages/windows_test.py holds the two equal."""
+"""The registry keys of the control, for the installer and the .reg file. The control writes the same
+keys itself (activex/registration.cpp); tests/packages/windows_test.py compares them."""
 CLASSES = r"Software\Classes"
 CLASS = "{64643F6A-8FA8-46F5-84E0-D4FE4F73595C}"
 PROPERTY_PAGE = "{795531A0-FE9F-4FA0-8BB3-C739A1E9C5DD}"
@@ -54,7 +54,7 @@ def quoted(text):
 
 
 def reg_file(folder):
-    """The same for all users of a 64-bit Windows, as a file to import: both bitnesses, in x64 and x86
+    """A file to import on a 64-bit Windows, for all users: both bitnesses, in the folders x64 and x86
     of the folder. Only classes and interfaces have a key for each bitness."""
     values = {}
     for bits, inside in ((64, "x64"), (32, "x86")):

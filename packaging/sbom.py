@@ -51,7 +51,7 @@ def of_product(path, inside, version):
 
 
 def document(products, version, epoch):
-    """products: the packages that users download, each with the components that are in it."""
+    """products: the components of each package that users download."""
     content = sorted({component for inside in products.values() for component in inside},
                      key=lambda component: component.name)
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", identifier("product-" + path.name))
@@ -60,7 +60,7 @@ def document(products, version, epoch):
                    identifier("component-" + component.name))
                   for path, inside in products.items() for component in inside]
     packages = [of_product(path, inside, version) for path, inside in products.items()]
-    # Another content is another document, by its name space.
+    # A document with other content needs another name space.
     space = uuid.uuid5(uuid.NAMESPACE_OID, json.dumps(packages)).urn
     created = datetime.datetime.fromtimestamp(epoch, datetime.timezone.utc)
     return json.dumps({

@@ -1,7 +1,7 @@
 """The folder that the archive for Windows holds; the installer installs most of it:
 
   plexum.exe, PlexumLink.html, LICENSE.txt, register.cmd and its kin
-  PlexumLink.reg  what is registered, for those who distribute by means of their own
+  PlexumLink.reg  what is registered
   x64, x86    PlexumLink.ocx of that bitness, with its manifest and its type library
   examples    the samples
   licences    of what is linked in
@@ -15,7 +15,7 @@ SIGNED = ["*/PlexumLink.ocx", "plexum.exe"]
 
 
 def put(source, target):
-    """Copies one file; a text with the line ends of Windows, which command prompt and VB6 need."""
+    """Copies one file. Texts get the line ends of Windows; the command prompt and VB6 need them."""
     data = source.read_bytes()
     if b"\0" not in data:
         data = data.replace(b"\r\n", b"\n").replace(b"\n", b"\r\n")
@@ -27,7 +27,7 @@ def make(root, win64, win32, help_page, target):
     for build, folder in ((win64, "x64"), (win32, "x86")):
         for source, name in CONTROL.items():
             put(build / source, target / folder / name)
-    put(win32 / "plexum.exe", target / "plexum.exe")  # the one that every Windows runs
+    put(win32 / "plexum.exe", target / "plexum.exe")  # every Windows runs this one
     for path in (root / "packaging" / "windows").glob("*.cmd"):
         put(path, target / path.name)
     (target / "PlexumLink.reg").write_text(

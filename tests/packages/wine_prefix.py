@@ -1,5 +1,5 @@
-"""A Wine prefix of its own, as the Windows that packages are installed on: programs in it, its
-registry, its files."""
+"""A Wine prefix as the Windows on which packages are installed: runs programs there, reads its registry
+and its files."""
 import os
 import pathlib
 import re
@@ -18,7 +18,7 @@ def demand(condition, what):
 
 class Prefix:
     def __init__(self, wine, folder):
-        """A fresh one; wine is script/wine."""
+        """Makes a new one in the folder; wine is the path of script/wine."""
         self.wine, self.folder = wine, pathlib.Path(folder)
         self.environment = {**os.environ, "PLEXUM_WINEPREFIX": str(folder)}
         self.stop()
@@ -46,7 +46,7 @@ class Prefix:
         return output
 
     def path(self, windows):
-        """Of C:\\... in the file system around; its letters' case as it is written."""
+        """Where the file C:\\... lies in this system. The case of its letters counts."""
         return self.folder / "drive_c" / windows[3:].replace("\\", "/")
 
     def value(self, key, bits, name=None):
@@ -57,7 +57,7 @@ class Prefix:
         return found.group(1).strip() if code == 0 and found else None
 
     def registry(self):
-        """Every line of what programs leave in the registry, with its key."""
+        """All lines, each with its key, of the parts of the registry that programs write."""
         found = set()
         for root in (r"HKLM\Software", r"HKCU\Software", r"HKCU\Environment"):
             with tempfile.NamedTemporaryFile(suffix=".reg") as file:
@@ -66,7 +66,7 @@ class Prefix:
             key = ""
             for line in text.splitlines():
                 key = line if line.startswith("[") else key
-                if r"\Windows NT\CurrentVersion\NetworkCards" not in key:  # Wine finds them later
+                if r"\Windows NT\CurrentVersion\NetworkCards" not in key:  # Wine writes them at any time
                     found.add((key, line))
         return found
 
