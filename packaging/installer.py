@@ -16,7 +16,7 @@ import registration
 NOT_INSTALLED = {"register.cmd", "unregister.cmd", "registration.cmd", "registered.cmd",
                  "PlexumLink.reg"}
 UPGRADE_CODE = uuid.UUID("F2B01B38-94D7-467A-A364-464B0A11F3FC")  # of every version, for ever
-OWN_CLASS = rf"{registration.CLASSES}\CLSID\{registration.CLASS}\InprocServer32"
+OWN_CLASS = rf"{registration.CLASSES}\{registration.REGISTRY.server}"
 
 
 def braced(code):
@@ -71,8 +71,7 @@ class Document:
             "Path": self.element(self.product, "Feature", Id="Path", Level="1000",
                                  Title="Entry in PATH")}
         self.files()
-        for bits, folder in ((64, "x64"), (32, "x86")):
-            self.registration(top, bits, pathlib.Path(folder))
+        self.registration(top)
         self.menu(self.element(top, "Directory", Id="ProgramMenuFolder"))
         self.path(top)
 
@@ -113,20 +112,22 @@ class Document:
                          Name=both_names(path.name, number),
                          Source=path.as_posix(), KeyPath="yes")
 
-    def registration(self, top, bits, folder):
-        """The component's bitness decides into which view of the registry it writes."""
-        component = self.component(top, f"registration{bits}",
-                                   **({"Win64": "yes"} if bits == 64 else {}))
-        key_path = {"KeyPath": "yes"}
-        for key, name, value in registration.keys(
-                bits, f"[#{identifier(folder / 'PlexumLink.ocx')}]",
-                f"[InstallFolder]{folder}"):
-            if bits == 32 and key.startswith(registration.PROG_ID):
-                continue  # both views share these
-            named = {"Name": name} if name else {}
-            self.element(component, "RegistryValue", Root="HKLM", Type="string", Value=value,
-                         Key=rf"{registration.CLASSES}\{key}", **named, **key_path)
-            key_path = {}
+    def registration(self, top):
+        """A component for each bitness, which decides into which view of the registry it writes."""
+        written = set()
+        for bits, folder in ((64, "x64"), (32, "x86")):
+            component = self.component(top, f"registration{bits}",
+                                       **({"Win64": "yes"} if bits == 64 else {}))
+            key_path = {"KeyPath": "yes"}
+            for row in registration.values(bits, rf"[InstallFolder]{folder}\PlexumLink.ocx"):
+                key, name, text = row
+                if row in written and not registration.has_two_views(key):
+                    continue
+                written.add(row)
+                named = {"Name": name} if name else {}
+                self.element(component, "RegistryValue", Root="HKLM", Type="string", Value=text,
+                             Key=rf"{registration.CLASSES}\{key}", **named, **key_path)
+                key_path = {}
 
     def menu(self, programs):
         menu = self.element(programs, "Directory", Id="Menu", Name=both_names("PlexumLink", 0))
@@ -195,8 +196,8 @@ def queries(tree, version):
 
 def make(tree, version, epoch, signing, target):
     content = hashlib.sha256()
-    for source in (__file__, registration.__file__):
-        content.update(pathlib.Path(source).read_bytes())
+    content.update(pathlib.Path(__file__).read_bytes())
+    content.update(repr(list(registration.values(64, ""))).encode())
     for path in paths(tree):
         content.update(path.as_posix().encode() + b"\0" + (tree / path).read_bytes())
         os.utime(tree / path, (epoch, epoch))
