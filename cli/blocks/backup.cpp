@@ -38,23 +38,9 @@ std::vector<BlockList> program_of(std::vector<BlockList> lists) {
   return lists;
 }
 
-// Why a backup may lack blocks, as far as the lists of blocks tell.
-std::vector<std::string> doubts_about(const std::vector<BlockList>& before,
-                                      const std::vector<BlockList>& after) {
-  std::vector<std::string> doubts;
-  for (const BlockList& list : before) {
-    if (!list.may_be_cut) continue;
-    doubts.push_back("the list of " + std::string(list.type->name) + "s has " +
-                     std::to_string(list.numbers.size()) +
-                     " entries, as many as its first part can; the control asks for no other");
-  }
-  if (!std::equal(before.begin(), before.end(), after.begin(), after.end(),
-                  [](const BlockList& one, const BlockList& other) {
-                    return one.numbers == other.numbers;
-                  })) {
-    doubts.emplace_back("the PLC's blocks have changed in the meantime");
-  }
-  return doubts;
+bool same_blocks(const std::vector<BlockList>& one, const std::vector<BlockList>& other) {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                    [](const BlockList& a, const BlockList& b) { return a.numbers == b.numbers; });
 }
 
 Json entry_of(const BlockImage& image) {
@@ -123,8 +109,7 @@ std::vector<std::string> fill(PlcConnection& plc, const fs::path& folder,
   std::size_t count = 0;
   for (const BlockList& list : lists) count += list.numbers.size();
   if (count == 0) {
-    throw Failure("backing up " + plc.plc_name() +
-                  ": the PLC lists no blocks, or doesn't let its blocks be listed");
+    throw Failure("backing up " + plc.plc_name() + ": the PLC has no blocks");
   }
 
   Json blocks = Json::array();
@@ -148,8 +133,10 @@ std::vector<std::string> fill(PlcConnection& plc, const fs::path& folder,
     }
   }
 
-  std::vector<std::string> doubts = doubts_about(lists, program_of(list_all_blocks(plc)));
-  doubts.insert(doubts.end(), refusals.begin(), refusals.end());
+  std::vector<std::string> doubts = std::move(refusals);
+  if (!same_blocks(lists, program_of(list_all_blocks(plc)))) {
+    doubts.emplace_back("the PLC's blocks have changed in the meantime");
+  }
   const Json manifest{
       {"format", kFormat},          {"version", kVersion},
       {"plc", plc.plc_name()},      {"made", iso_text_utc(std::chrono::system_clock::now())},

@@ -13,7 +13,7 @@ namespace plexum::cli {
 // backup is complete.
 struct Backup {
   std::vector<BlockImage> blocks;   // in the order to download them
-  std::vector<std::string> doubts;  // why it may lack blocks; empty: it is complete
+  std::vector<std::string> doubts;  // which blocks it lacks, and why; empty: it is complete
 };
 
 // Uploads every block of the user's program into `folder`, which must not exist or must be empty.

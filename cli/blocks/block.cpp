@@ -39,12 +39,6 @@ std::string date_at(const std::string& bytes, std::size_t index) {
 
 std::string BlockName::text() const { return type->name + std::to_string(number); }
 
-std::string BlockName::digits() const {
-  constexpr std::size_t kDigits = 5;
-  const std::string text = std::to_string(number);
-  return std::string(kDigits - text.size(), '0') + text;
-}
-
 BlockImage parse_block_image(const std::string& what, std::string bytes) {
   if (bytes.size() < BlockImage::kHeaderSize || number_at(bytes, kMagic, 2) != 0x7070) {
     throw Failure(what + ": it is no block image (it has no block header)");

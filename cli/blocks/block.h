@@ -13,8 +13,6 @@ struct BlockName {
 
   // "DB12".
   [[nodiscard]] std::string text() const;
-  // The number in five digits.
-  [[nodiscard]] std::string digits() const;
 
   bool operator==(const BlockName&) const = default;
 };

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/blocks/block.h"
@@ -9,35 +11,28 @@
 
 namespace plexum::cli {
 
-// The PLC's blocks of one type. The control asks for the first part of the list only, and takes a
-// refused list for an empty one.
+// The PLC's blocks of one type.
 struct BlockList {
   const BlockType* type = nullptr;
   std::vector<std::uint16_t> numbers;
-  // Whether the list fills a first part, so that others may follow.
-  bool may_be_cut = false;
-
-  [[nodiscard]] bool has(std::uint16_t number) const;
 };
 
-// Whether a list of `count` entries may be the first part of a longer one, where the PLC is told to
-// grant `pdu` bytes.
-bool may_be_first_part(std::size_t count, unsigned pdu);
-
 // All of them throw Failure.
+
+// How many blocks there are of each type, in the order of block_types().
+std::vector<std::pair<const BlockType*, std::size_t>> count_blocks(PlcConnection& plc);
 
 BlockList list_blocks(PlcConnection& plc, const BlockType& type);
 // Of every type.
 std::vector<BlockList> list_all_blocks(PlcConnection& plc);
 
-// Uploads a block; an image that isn't whole is asked for again.
+// Uploads a block, and checks that it is a whole image of that block.
 BlockImage upload_block(PlcConnection& plc, const BlockName& name);
 
-// Downloads a block, uploads it again and compares. Gives the outcome for people: "verified by
-// uploading it again".
+// Downloads a block and puts it into use. Then it uploads the block again and compares. Gives the
+// outcome for people: "verified by uploading it again".
 std::string download_block(PlcConnection& plc, const BlockImage& image);
 
-// Deletes a block, then looks whether it is gone.
 void delete_block(PlcConnection& plc, const BlockName& name);
 
 }  // namespace plexum::cli

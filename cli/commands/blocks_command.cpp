@@ -32,14 +32,13 @@ void list(const BlocksOptions& options) {
   if (options.json) {
     nlohmann::ordered_json found = nlohmann::ordered_json::object();
     for (const BlockList& one : lists) {
-      found[one.type->name] = {{"numbers", one.numbers}, {"may_be_incomplete", one.may_be_cut}};
+      found[one.type->name] = {{"numbers", one.numbers}};
     }
     std::cout << found.dump(2) << '\n';
     return;
   }
   for (const BlockList& one : lists) {
-    std::cout << one.type->name << " (" << one.numbers.size()
-              << (one.may_be_cut ? ", may be incomplete" : "") << "):";
+    std::cout << one.type->name << " (" << one.numbers.size() << "):";
     for (const std::uint16_t number : one.numbers) std::cout << ' ' << number;
     std::cout << '\n';
   }
@@ -69,7 +68,7 @@ void delete_one(const BlocksOptions& options) {
   plc.connect();
   ask_before("delete " + name.text() + " of " + plc.plc_name(), options.yes);
   delete_block(plc, name);
-  std::cout << name.text() << ": deleted (verified: the PLC doesn't have it any more)\n";
+  std::cout << name.text() << ": deleted\n";
 }
 
 void backup(const BlocksOptions& options) {
@@ -82,14 +81,14 @@ void backup(const BlocksOptions& options) {
     return;
   }
   for (std::size_t i = 1; i < doubts.size(); ++i) std::cerr << "plexum: " << doubts[i] << '\n';
-  throw Failure(options.path + " may lack blocks, and is marked so: " + doubts.front());
+  throw Failure(options.path + " lacks blocks, and is marked so: " + doubts.front());
 }
 
 void restore(const BlocksOptions& options) {
   const Backup backup = read_backup(path_from_utf8(options.path));
   PlcConnection plc(options.connection);
   plc.connect();
-  const std::string kind = backup.doubts.empty() ? "" : ", which may lack blocks,";
+  const std::string kind = backup.doubts.empty() ? "" : ", which lacks blocks,";
   ask_before("download the " + std::to_string(backup.blocks.size()) + " blocks of " + options.path +
                  kind + " to " + plc.plc_name(),
              options.yes);
@@ -109,7 +108,7 @@ void restore(const BlocksOptions& options) {
                   " blocks were restored before");
   }
   std::cout << total << " blocks restored (verified by uploading them again)"
-            << (backup.doubts.empty() ? "" : "; the backup may lack blocks") << '\n';
+            << (backup.doubts.empty() ? "" : "; the backup lacks blocks") << '\n';
 }
 
 using Action = void (*)(const BlocksOptions&);
@@ -134,14 +133,11 @@ void add_path(CLI::App& command, BlocksOptions& options, const char* name,
 }
 
 void add_single_blocks(CLI::App& parent, const std::shared_ptr<BlocksOptions>& options) {
-  CLI::App& listing =
-      add_action(parent, options, "list", "Lists the PLC's blocks",
-                 "The control has the first part of a list only; a list that may go on is marked.\n"
-                 "An empty one may be a refused one.\n\n"
-                 "Examples:\n"
-                 "  plexum blocks list --sim\n"
-                 "  plexum blocks list DB --ip 192.0.2.10 --json",
-                 list);
+  CLI::App& listing = add_action(parent, options, "list", "Lists the PLC's blocks",
+                                 "Examples:\n"
+                                 "  plexum blocks list --sim\n"
+                                 "  plexum blocks list DB --ip 192.0.2.10 --json",
+                                 list);
   listing.add_option("type", options->type, "OB, FB, FC, DB, SDB, SFC or SFB; all without it");
   listing.add_flag("--json", options->json, "As JSON");
 
@@ -190,7 +186,8 @@ void add_blocks_command(CLI::App& program) {
   CLI::App& saving = add_action(
       command, options, "backup", "Saves every block of the program",
       "The folder appears when the backup is done. Its manifest.json says whether it is complete;\n"
-      "a backup that may lack blocks ends with exit status 1. SFCs and SFBs are the CPU's own.\n\n"
+      "a backup that lacks blocks ends with exit status 1 and tells which. SFCs and SFBs are the "
+      "CPU's own.\n\n"
       "Examples:\n"
       "  plexum blocks backup monday --ip 192.0.2.10\n"
       "  plexum blocks backup monday --sim",

@@ -3,7 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands/commands.h"
-#include "cli/plc/plc_clock.h"
+#include "cli/link/plc_connection.h"
+#include "cli/text/iso_time.h"
 
 namespace plexum::cli {
 namespace {
@@ -17,7 +18,8 @@ struct ClockOptions {
 
 void show(const ClockOptions& options) {
   PlcConnection plc(options.connection);
-  const PlcTime time = read_clock(plc);
+  const PlcTime time =
+      plc.run("reading the clock", [](S7Client& client) { return client.clock(); });
   if (options.json) {
     const nlohmann::ordered_json found{{"clock", iso_text(time)}, {"weekday", weekday_name(time)}};
     std::cout << found.dump() << '\n';
@@ -32,8 +34,8 @@ void set(const ClockOptions& options) {
   PlcConnection plc(options.connection);
   plc.connect();
   const PlcTime time = to_now ? time_of_computer(options.utc) : given;
-  set_clock(plc, time);
-  std::cout << "set to " << iso_text(time) << " (verified by reading it back)\n";
+  plc.run("setting the clock", [&](S7Client& client) { client.set_clock(time); });
+  std::cout << "set to " << iso_text(time) << '\n';
 }
 
 }  // namespace
@@ -54,7 +56,7 @@ void add_clock_command(CLI::App& program) {
     if (command.get_subcommands().empty()) show(*options);
   });
 
-  CLI::App& setting = *command.add_subcommand("set", "Sets the clock, and reads it back");
+  CLI::App& setting = *command.add_subcommand("set", "Sets the clock");
   setting.footer(
       "Examples:\n"
       "  plexum clock --sim set now --utc\n"

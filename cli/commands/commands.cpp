@@ -17,7 +17,7 @@ const std::vector<Group>& groups() {
        {add_read_command, add_write_command, add_watch_command, add_plot_command,
         add_ping_command}},
       {"The PLC",
-       {add_info_command, add_mode_command, add_lamps_command, add_clock_command,
+       {add_info_command, add_mode_command, add_state_list_command, add_clock_command,
         add_service_commands}},
       {"Blocks", {add_blocks_command}},
       {"Without hardware", {add_simulator_command, add_demo_command}},

@@ -16,7 +16,7 @@ void add_plot_command(CLI::App& program);
 void add_ping_command(CLI::App& program);
 void add_info_command(CLI::App& program);
 void add_mode_command(CLI::App& program);
-void add_lamps_command(CLI::App& program);
+void add_state_list_command(CLI::App& program);
 void add_clock_command(CLI::App& program);
 void add_service_commands(CLI::App& program);  // start, stop, compress, ram-to-rom, erase
 void add_blocks_command(CLI::App& program);

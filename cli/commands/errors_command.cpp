@@ -25,18 +25,18 @@ struct Meaning {
 std::vector<Meaning> all_meanings() {
   std::vector<Meaning> all{
       {0, "any job", {"done", ""}},
-      {1, "connecting", error_words(JobKind::kConnect, 1)},
-      {1, "a state list or erase", error_words(JobKind::kQuery, 1)},
-      {3, "connecting", error_words(JobKind::kConnect, 3)},
-      {3, "reading", error_words(JobKind::kRead, 3)},
-      {3, "other jobs", error_words(JobKind::kService, 3)},
-      {4, "any job", error_words(JobKind::kService, 4)},
+      {1, "connecting", err_words(ControlJob::kConnect, 1)},
+      {1, "a state list or erase", err_words(ControlJob::kQuery, 1)},
+      {3, "connecting", err_words(ControlJob::kConnect, 3)},
+      {3, "reading", err_words(ControlJob::kRead, 3)},
+      {3, "other jobs", err_words(ControlJob::kOther, 3)},
+      {4, "any job", err_words(ControlJob::kOther, 4)},
   };
   for (const KnownError& error : return_codes()) {
-    all.push_back({error.err(), "writing", error_words(JobKind::kWrite, error.err())});
+    all.push_back({error.err(), "writing", err_words(ControlJob::kWrite, error.err())});
   }
   for (const KnownError& error : header_errors()) {
-    all.push_back({error.err(), "any job", error_words(JobKind::kService, error.err())});
+    all.push_back({error.err(), "any job", err_words(ControlJob::kOther, error.err())});
   }
   std::stable_sort(all.begin(), all.end(),
                    [](const Meaning& one, const Meaning& other) { return one.err < other.err; });
@@ -52,7 +52,7 @@ void show(const ErrorsOptions& options) {
       std::copy_if(meanings.begin(), meanings.end(), std::back_inserter(chosen),
                    [&](const Meaning& meaning) { return meaning.err == number; });
       if (chosen.size() == before) {
-        chosen.push_back({number, "any job", error_words(JobKind::kService, number)});
+        chosen.push_back({number, "any job", err_words(ControlJob::kOther, number)});
       }
     }
     meanings = std::move(chosen);

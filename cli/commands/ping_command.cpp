@@ -3,9 +3,10 @@
 #include <memory>
 
 #include "cli/commands/commands.h"
+#include "cli/link/plc_connection.h"
 #include "cli/plc/round_trips.h"
-#include "cli/plc/variables.h"
 #include "cli/system/interrupt.h"
+#include "cli/text/error_words.h"
 
 namespace plexum::cli {
 namespace {
@@ -18,22 +19,39 @@ struct PingOptions {
   unsigned interval = 0;
 };
 
+// "DB10 bytes 0 to 1", "M bytes 0 to 1".
+std::string described(const client::Item& item) {
+  const std::string area =
+      item.area == client::Area::kFlags ? "M" : "DB" + std::to_string(item.block);
+  if (item.count == 1) return area + " byte 0";
+  return area + " bytes 0 to " + std::to_string(item.count - 1);
+}
+
 void ping(const PingOptions& options) {
   PlcConnection plc(options.connection);
   const InterruptScope interrupt;
-  plc.connect();
-  const MemoryRange range{options.block == 0 ? "M" : "D", options.block, 0, options.bytes};
-  std::cerr << "reading " << described(range) << " of " << plc.plc_name() << ", " << options.count
-            << " times\n";
-  RoundTrips times;
   const auto interrupted = [&] { return interrupt.interrupted(); };
+  plc.cancel_when(interrupted);
+  plc.connect();
+  client::Item item;
+  item.area = options.block == 0 ? client::Area::kFlags : client::Area::kDataBlock;
+  item.block = static_cast<std::uint16_t>(options.block);
+  item.count = options.bytes;
+  const std::string what = "reading " + described(item);
+  std::cerr << what << " of " << plc.plc_name() << ", " << options.count << " times\n";
+  RoundTrips times;
   for (unsigned i = 0; i < options.count && !interrupted(); ++i) {
     if (i > 0) plc.idle(std::chrono::milliseconds(options.interval), interrupted);
     const auto start = std::chrono::steady_clock::now();
-    read_range(plc, range);
+    const client::ReadOutcome outcome =
+        plc.run(what, [&](S7Client& client) { return client.read(item); });
+    if (!outcome.ok()) {
+      throw Failure(
+          line_of(what, outcome.error ? words_of(outcome.error) : words_of(outcome.code)));
+    }
     times.add(std::chrono::steady_clock::now() - start);
   }
-  std::cout << times.count() << " reads of " << range.size << " bytes: " << times.summary() << '\n';
+  std::cout << times.count() << " reads of " << item.count << " bytes: " << times.summary() << '\n';
 }
 
 }  // namespace

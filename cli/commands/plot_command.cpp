@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 
 #include "cli/commands/commands.h"
 #include "cli/plc/poll.h"
@@ -43,7 +44,7 @@ double number_of(const PlcValue& value) {
 class Curves final : public PollObserver {
  public:
   // Throws a usage error for texts.
-  explicit Curves(const std::vector<PlcAddress>& addresses) {
+  explicit Curves(const std::vector<PlcAddress>& addresses) : addresses_(addresses) {
     for (const PlcAddress& address : addresses) {
       if (address.type == PlcType::kChar || address.type == PlcType::kString) {
         throw usage_error(address.text + ": a text can't be plotted");
@@ -64,14 +65,20 @@ class Curves final : public PollObserver {
     }
   }
 
-  void on_values(PollTime time, const std::vector<std::vector<PlcValue>>& values) override {
+  // A variable that can't be read leaves a gap, and is told of once.
+  void on_values(PollTime time, const std::vector<PolledVariable>& variables) override {
     const double seconds = since_start(time);
     std::size_t curve = 0;
-    for (const std::vector<PlcValue>& elements : values) {
-      for (const PlcValue& element : elements) {
-        const double value = number_of(element);
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+      const std::vector<PlcValue>& values = variables[i].values;
+      if (!variables[i].trouble.empty() && told_.insert(i).second) {
+        std::cerr << addresses_[i].text << ": " << variables[i].trouble << '\n';
+      }
+      for (unsigned element = 0; element < addresses_[i].count; ++element) {
+        const double value = values.empty() ? NAN : number_of(values[element]);
         curves_.at(curve++).data +=
             text(seconds) + ' ' + (std::isfinite(value) ? text(value) : "NaN") + '\n';
+        any_value_ = any_value_ || std::isfinite(value);
       }
     }
     ++samples_;
@@ -85,6 +92,7 @@ class Curves final : public PollObserver {
   }
 
   [[nodiscard]] std::size_t samples() const { return samples_; }
+  [[nodiscard]] bool any_value() const { return any_value_; }
   [[nodiscard]] const std::vector<Curve>& curves() const { return curves_; }
   [[nodiscard]] PollTime start() const { return start_.value_or(PollTime()); }
   void end_progress() { progress_.reset(); }
@@ -108,6 +116,9 @@ class Curves final : public PollObserver {
     }
   }
 
+  const std::vector<PlcAddress>& addresses_;
+  std::set<std::size_t> told_;  // places of the variables whose trouble was told
+  bool any_value_ = false;
   double duration_ = 0;
   std::vector<Curve> curves_;
   std::optional<Progress> progress_;
@@ -198,6 +209,7 @@ void plot(const PlotOptions& options) {
   poll(plc, addresses, options.poll, curves);
   curves.end_progress();
   if (curves.samples() == 0) throw Failure("interrupted before anything was sampled");
+  if (!curves.any_value()) throw Failure("no variable has a value that can be drawn");
   draw(picture, file, plc.plc_name() + " from " + iso_text_utc(curves.start()), curves.curves());
   std::cerr << curves.samples() << " samples, drawn in " << options.output << '\n';
 }

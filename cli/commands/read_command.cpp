@@ -30,7 +30,8 @@ void print_dump(const PlcAddress& address, std::size_t width, const std::string&
     std::string characters;
     for (const char c : line) characters += c >= ' ' && c <= '~' ? c : '.';
     std::cout << std::left << std::setw(static_cast<int>(width)) << (i == 0 ? address.text : "")
-              << std::right << std::setw(7) << address.range.start + i << "  " << std::left
+              << std::right << std::setw(7)
+              << address.item.start + i / client::size_of(address.item.type) << "  " << std::left
               << std::setw(3 * kLine) << hex_dump(line) << ' ' << characters << '\n';
   }
 }
@@ -84,24 +85,6 @@ class Printer {
   std::vector<nlohmann::ordered_json> objects_;
 };
 
-// Reads every address. One that can't be read is reported and doesn't stop the others. Throws when
-// the PLC can't be reached any more.
-std::vector<Failure> read_all(PlcConnection& plc, const std::vector<PlcAddress>& addresses,
-                              Printer& printer) {
-  std::vector<Failure> failures;
-  for (const PlcAddress& address : addresses) {
-    plc.connect();
-    try {
-      printer.add(address, read_bytes(plc, address));
-    } catch (const Failure& failure) {
-      printer.add_failure(address, failure.what());
-      if (addresses.size() > 1) report(failure);
-      failures.push_back(failure);
-    }
-  }
-  return failures;
-}
-
 void read(const ReadOptions& options) {
   std::vector<PlcAddress> addresses;
   for (const std::string& text : options.addresses) {
@@ -109,14 +92,19 @@ void read(const ReadOptions& options) {
     require_readable(addresses.back());
   }
   PlcConnection plc(options.connection);
-  plc.connect();
+  const std::vector<ReadResult> results = read_variables(plc, addresses);
   Printer printer(options, addresses);
   std::vector<Failure> failures;
-  try {
-    failures = read_all(plc, addresses, printer);
-  } catch (const Failure&) {
-    printer.end();
-    throw;
+  for (std::size_t i = 0; i < addresses.size(); ++i) {
+    // One that can't be read doesn't hide the others.
+    try {
+      if (results[i].refusal) throw read_failure(addresses[i], *results[i].refusal);
+      printer.add(addresses[i], results[i].bytes);
+    } catch (const Failure& failure) {
+      printer.add_failure(addresses[i], failure.what());
+      if (addresses.size() > 1) report(failure);
+      failures.push_back(failure);
+    }
   }
   printer.end();
   if (failures.empty()) return;

@@ -15,17 +15,17 @@ namespace {
 struct ServiceOptions {
   ConnectionOptions connection;
   bool yes = false;
+  bool cold = false;
   unsigned wait = 10;  // seconds for the CPU to change its mode
 };
 
-using Service = Value (PlexumLink::*)();
+using Service = void (S7Client::*)();
 
-// The control reports a refused service as done, so callers look for its effect.
 void request(PlcConnection& plc, const std::string& what, Service service) {
-  plc.run(what, JobKind::kService, [&](PlexumLink& link) { return (link.*service)(); });
+  plc.run(what, [&](S7Client& client) { (client.*service)(); });
 }
 
-// Starts or stops the CPU.
+// Starts or stops the CPU. Its answer only says that it begins to, so the run mode is watched.
 void change_mode(const ServiceOptions& options, RunMode wanted, const std::string& verb,
                  Service service) {
   PlcConnection plc(options.connection);
@@ -47,63 +47,58 @@ void change_mode(const ServiceOptions& options, RunMode wanted, const std::strin
     mode = read_mode(plc);
   }
   if (mode != wanted) {
-    throw Failure(what + ": the PLC answered, but its run mode is " + name_of(mode) +
-                  "; it has refused, or needs more time than --wait gives it");
+    throw Failure(what + ": the PLC accepted it, but its run mode is " + name_of(mode) +
+                  "; see its diagnostics, or give it more time with --wait");
   }
   std::cout << (wanted == RunMode::kRun ? "started" : "stopped") << " (verified by the run mode)\n";
 }
 
 void start(const ServiceOptions& options) {
-  change_mode(options, RunMode::kRun, "start", &PlexumLink::pg_plcstart);
+  change_mode(options, RunMode::kRun, "start",
+              options.cold ? &S7Client::cold_start : &S7Client::warm_start);
 }
 
 void stop(const ServiceOptions& options) {
-  change_mode(options, RunMode::kStop, "stop", &PlexumLink::pg_plcstop);
+  change_mode(options, RunMode::kStop, "stop", &S7Client::stop);
 }
 
 // Counts the blocks of the user's program. System data blocks don't count: a CPU keeps some of them
 // when it is erased.
 std::size_t count_of_program(PlcConnection& plc) {
   std::size_t count = 0;
-  for (const char* const type : {"OB", "FB", "FC", "DB"}) {
-    count += list_blocks(plc, block_type(type)).numbers.size();
+  for (const auto& [type, blocks] : count_blocks(plc)) {
+    const bool erasable = !type->of_system && type != &block_type("SDB");
+    count += erasable ? blocks : 0;
   }
   return count;
 }
 
-void erase(const ServiceOptions& options) {
-  PlcConnection plc(options.connection);
-  plc.connect();
-  const std::size_t before = count_of_program(plc);
-  const std::string what = "erase the memory of " + plc.plc_name();
-  ask_before(what + ", with " + std::to_string(before) + " blocks", options.yes);
-  request(plc, what, &PlexumLink::pg_plcErase);
-  const std::size_t after = count_of_program(plc);
-  if (after > 0) {
-    throw Failure(what + ": the PLC answered, but still lists " + std::to_string(after) +
-                  " blocks; it has refused");
-  }
-  std::cout << (before > 0 ? "erased (verified by the block lists, which are empty now)\n"
-                           : "the PLC answered; there was no block before by which to see that it "
-                             "erased\n");
+void ask_and_request(PlcConnection& plc, const ServiceOptions& options, const std::string& what,
+                     const std::string& details, Service service) {
+  ask_before(what + details, options.yes);
+  request(plc, what, service);
+  std::cout << "done\n";
 }
 
-// Requests a service whose effect can't be read from the PLC.
-void request_blindly(const ServiceOptions& options, const std::string& verb, Service service) {
+void erase(const ServiceOptions& options) {
   PlcConnection plc(options.connection);
-  plc.connect();
-  const std::string what = verb + " of " + plc.plc_name();
-  ask_before(what, options.yes);
-  request(plc, what, service);
-  std::cout << "the PLC answered; whether it did it or refused can't be seen\n";
+  const std::size_t blocks = count_of_program(plc);
+  ask_and_request(plc, options, "erase the memory of " + plc.plc_name(),
+                  ", with " + std::to_string(blocks) + " blocks", &S7Client::erase);
 }
 
 void compress(const ServiceOptions& options) {
-  request_blindly(options, "compress the memory", &PlexumLink::pg_plccompress);
+  PlcConnection plc(options.connection);
+  plc.connect();
+  ask_and_request(plc, options, "compress the memory of " + plc.plc_name(), "",
+                  &S7Client::compress);
 }
 
 void ram_to_rom(const ServiceOptions& options) {
-  request_blindly(options, "copy RAM to ROM", &PlexumLink::pg_Ramtorom);
+  PlcConnection plc(options.connection);
+  plc.connect();
+  ask_and_request(plc, options, "copy RAM to ROM of " + plc.plc_name(), "",
+                  &S7Client::copy_ram_to_rom);
 }
 
 struct Command {
@@ -116,11 +111,9 @@ struct Command {
 constexpr Command kCommands[] = {
     {"start", "Starts the CPU", "", start},
     {"stop", "Stops the CPU", "", stop},
-    {"compress", "Compresses the PLC's memory",
-     "Whether the PLC did it or refused can't be seen.\n\n", compress},
+    {"compress", "Compresses the PLC's memory", "", compress},
     {"ram-to-rom", "Copies the work memory to the load memory",
-     "The present values of the data blocks become those that the PLC starts with. Whether\n"
-     "it did it or refused can't be seen.\n\n",
+     "The present values of the data blocks become those that the PLC starts with.\n\n",
      ram_to_rom},
     {"erase", "Erases the PLC's program and data",
      "Make a backup first: plexum blocks backup DIR\n\n", erase},
@@ -142,6 +135,10 @@ void add_service_commands(CLI::App& program) {
       command.add_option("--wait", options->wait, "Seconds for the CPU to change its mode")
           ->check(CLI::Range(0u, 3600u))
           ->capture_default_str();
+    }
+    if (service.act == start) {
+      command.add_flag("--cold", options->cold,
+                       "A cold start: all data get the values that they start with");
     }
     add_connection_options(command, options->connection);
     command.callback([options, act = service.act] { act(*options); });

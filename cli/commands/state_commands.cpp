@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstdio>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -5,9 +7,9 @@
 
 #include "cli/blocks/block_jobs.h"
 #include "cli/commands/commands.h"
-#include "cli/plc/plc_clock.h"
 #include "cli/plc/plc_state.h"
 #include "cli/text/bytes_as_text.h"
+#include "cli/text/iso_time.h"
 
 namespace plexum::cli {
 namespace {
@@ -17,17 +19,19 @@ using Json = nlohmann::ordered_json;
 struct StateOptions {
   ConnectionOptions connection;
   bool json = false;
+  std::uint16_t id = 0x0119;  // of a state list
+  std::uint16_t index = 0;
 };
 
-Json lamps_as_json(const LampList& list) {
+Json lamps_as_json(const std::vector<Lamp>& list) {
   Json lamps = Json::object();
-  for (const Lamp& lamp : list.lamps) lamps[lamp.name()] = lamp.state();
+  for (const Lamp& lamp : list) lamps[lamp.name()] = lamp.state();
   return lamps;
 }
 
-std::string lamps_as_text(const LampList& list) {
+std::string lamps_as_text(const std::vector<Lamp>& list) {
   std::string text;
-  for (const Lamp& lamp : list.lamps) {
+  for (const Lamp& lamp : list) {
     text += (text.empty() ? "" : ", ") + lamp.name() + " " + lamp.state();
   }
   return text;
@@ -86,26 +90,33 @@ void info(const StateOptions& options) {
     return mode;
   });
   report.add("Lamps", [&](Json& found) {
-    const LampList list = read_lamps(plc);
-    found["lamps"] = lamps_as_json(list);
-    return lamps_as_text(list);
+    const std::vector<Lamp> lamps = read_lamps(plc);
+    found["lamps"] = lamps_as_json(lamps);
+    return lamps_as_text(lamps);
   });
   report.add("Clock", [&](Json& found) {
-    const PlcTime time = read_clock(plc);
+    const PlcTime time =
+        plc.run("reading the clock", [](S7Client& client) { return client.clock(); });
     found["clock"] = iso_text(time);
     return iso_text(time) + ", " + weekday_name(time);
   });
   report.add("Blocks", [&](Json& found) {
     Json blocks = Json::object();
     std::string line;
-    for (const BlockList& list : list_all_blocks(plc)) {
-      blocks[list.type->name] = {{"count", list.numbers.size()},
-                                 {"may_be_incomplete", list.may_be_cut}};
-      line += (line.empty() ? "" : ", ") + std::string(list.type->name) + " " +
-              (list.may_be_cut ? "at least " : "") + std::to_string(list.numbers.size());
+    for (const auto& [type, count] : count_blocks(plc)) {
+      blocks[type->name] = {{"count", count}};
+      line += (line.empty() ? "" : ", ") + std::string(type->name) + " " + std::to_string(count);
     }
     found["blocks"] = blocks;
     return line;
+  });
+  report.add("Link", [&](Json& found) {
+    const client::Granted granted = plc.granted();
+    found["pdu"] = granted.pdu;
+    found["jobs"] = granted.calling_jobs;
+    return "PDU of " + std::to_string(granted.pdu) + " bytes, " +
+           std::to_string(granted.calling_jobs) +
+           (granted.calling_jobs == 1 ? " job at once" : " jobs at once");
   });
   report.end();
 }
@@ -113,7 +124,7 @@ void info(const StateOptions& options) {
 void show_mode(const StateOptions& options) {
   PlcConnection plc(options.connection);
   const ModeByte byte = read_mode_byte(plc);
-  const RunMode mode = byte.mode() == RunMode::kUnknown ? read_lamps(plc).mode() : byte.mode();
+  const RunMode mode = mode_by(plc, byte);
   if (options.json) {
     std::cout << Json{{"mode", name_of(mode)}, {"byte", byte.value}, {"bits", byte.bits()}}.dump()
               << '\n';
@@ -122,22 +133,39 @@ void show_mode(const StateOptions& options) {
   }
 }
 
-void show_lamps(const StateOptions& options) {
+std::string list_number(std::uint16_t number) {
+  char text[8];
+  std::snprintf(text, sizeof text, "%04X", number);
+  return text;
+}
+
+void show_state_list(const StateOptions& options) {
   PlcConnection plc(options.connection);
-  const LampList list = read_lamps(plc);
+  const client::StateList list = read_state_list(plc, options.id, options.index);
+  const std::vector<Lamp> lamps = is_list_of_lamps(list) ? lamps_in(list) : std::vector<Lamp>();
   if (options.json) {
-    std::cout << Json{{"list", "0119"},
-                      {"bytes", hex_dump(list.bytes)},
-                      {"lamps", lamps_as_json(list)}}
-                     .dump(2)
-              << '\n';
+    Json records = Json::array();
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      records.push_back(hex_dump(std::string(list.record(i))));
+    }
+    Json found{{"list", list_number(list.id)},
+               {"index", list_number(list.index)},
+               {"record_size", list.record_size},
+               {"count", list.record_count},
+               {"records", records}};
+    if (is_list_of_lamps(list)) found["lamps"] = lamps_as_json(lamps);
+    std::cout << found.dump(2) << '\n';
     return;
   }
-  constexpr std::size_t kBytesALine = 16;
-  for (std::size_t at = 0; at < list.bytes.size(); at += kBytesALine) {
-    std::cout << hex_dump(list.bytes.substr(at, kBytesALine)) << '\n';
+  std::cout << "list " << list_number(list.id) << ", index " << list_number(list.index) << ": "
+            << list.record_count << " records of " << list.record_size << " bytes\n";
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const std::string record(list.record(i));
+    std::string characters;
+    for (const char c : record) characters += c >= ' ' && c <= '~' ? c : '.';
+    std::cout << hex_dump(record) << "  " << characters << '\n';
   }
-  for (const Lamp& lamp : list.lamps) {
+  for (const Lamp& lamp : lamps) {
     std::cout << lamp.name() << std::string(8 - std::min<std::size_t>(7, lamp.name().size()), ' ')
               << lamp.state() << '\n';
   }
@@ -147,6 +175,10 @@ void add_state_command(CLI::App& program, const char* name, const char* descript
                        const char* footer, void (*act)(const StateOptions&)) {
   const auto options = std::make_shared<StateOptions>();
   CLI::App& command = *program.add_subcommand(name, description);
+  if (act == show_state_list) {
+    command.add_option("id", options->id, "Id of the list, such as 0x0011")->capture_default_str();
+    command.add_option("index", options->index, "Index in the list")->capture_default_str();
+  }
   command.footer(footer);
   command.add_flag("--json", options->json, "As JSON");
   add_connection_options(command, options->connection);
@@ -164,21 +196,23 @@ void add_info_command(CLI::App& program) {
 }
 
 void add_mode_command(CLI::App& program) {
-  add_state_command(program, "mode", "Shows whether the CPU runs",
-                    "The bits are those of state list 0x0424 that the control reads, bit 0 first;\n"
-                    "where they have no words, the lamps tell the mode.\n\n"
-                    "Examples:\n"
-                    "  plexum mode --sim\n"
-                    "  plexum mode --ip 192.0.2.10 --json",
-                    show_mode);
+  add_state_command(
+      program, "mode", "Shows whether the CPU runs",
+      "The bits are those of the event in state list 0x0424 that brought the CPU into\n"
+      "its mode, bit 0 first; where they are unknown, the lamps tell the mode.\n\n"
+      "Examples:\n"
+      "  plexum mode --sim\n"
+      "  plexum mode --ip 192.0.2.10 --json",
+      show_mode);
 }
 
-void add_lamps_command(CLI::App& program) {
-  add_state_command(program, "szl", "Shows state list 0x0119: its bytes, and the lamps in it",
+void add_state_list_command(CLI::App& program) {
+  add_state_command(program, "szl", "Shows a system state list; without an id the lamps (0x0119)",
                     "Examples:\n"
                     "  plexum szl --sim\n"
-                    "  plexum szl --ip 192.0.2.10 --json",
-                    show_lamps);
+                    "  plexum szl --sim 0x0011\n"
+                    "  plexum szl --ip 192.0.2.10 0x0132 4 --json",
+                    show_state_list);
 }
 
 }  // namespace plexum::cli

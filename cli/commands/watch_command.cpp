@@ -11,8 +11,6 @@
 namespace plexum::cli {
 namespace {
 
-using Values = std::vector<std::vector<PlcValue>>;
-
 std::string seconds_text(std::chrono::system_clock::duration duration) {
   char text[40];
   std::snprintf(text, sizeof text, "%.1f s", std::chrono::duration<double>(duration).count());
@@ -31,10 +29,13 @@ class Changes {
   };
 
   // After the first poll every value counts as changed.
-  const std::vector<Entry>& take(const Values& values) {
-    entries_.resize(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      const std::string text = text_of_all(addresses_[i], values[i]);
+  const std::vector<Entry>& take(const std::vector<PolledVariable>& variables) {
+    entries_.resize(variables.size());
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+      const PolledVariable& variable = variables[i];
+      const std::string text = variable.trouble.empty()
+                                   ? text_of_all(addresses_[i], variable.values)
+                                   : "! " + variable.trouble;
       const bool changed = entries_[i].address.empty() || entries_[i].value != text;
       entries_[i] = {addresses_[i].text, text, changed};
     }
@@ -53,13 +54,13 @@ class ChangeLog final : public PollObserver {
  public:
   explicit ChangeLog(const std::vector<PlcAddress>& addresses) : changes_(addresses) {}
 
-  void on_values(PollTime time, const Values& values) override {
+  void on_values(PollTime time, const std::vector<PolledVariable>& variables) override {
     if (lost_) {
       std::cerr << iso_text_utc(time) << " connected again after " << seconds_text(time - *lost_)
                 << '\n';
       lost_.reset();
     }
-    for (const Changes::Entry& entry : changes_.take(values)) {
+    for (const Changes::Entry& entry : changes_.take(variables)) {
       if (entry.changed) {
         std::cout << iso_text_utc(time) << ' ' << entry.address << ' ' << entry.value << '\n';
       }
@@ -103,10 +104,10 @@ class Screen final : public PollObserver {
 
   ~Screen() override { std::cout << "\x1B[?25h" << std::flush; }
 
-  void on_values(PollTime time, const Values& values) override {
+  void on_values(PollTime time, const std::vector<PolledVariable>& variables) override {
     ++polls_;
     lost_.reset();
-    changes_.take(values);
+    changes_.take(variables);
     paint(time, "");
   }
 
@@ -183,8 +184,11 @@ void add_watch_command(CLI::App& program) {
   CLI::App& command =
       *program.add_subcommand("watch", "Shows variables as they change, until it is interrupted");
   command.footer(
-      "On a terminal the values change in place; elsewhere every change is a line. A PLC that is\n"
-      "lost is connected to again.\n\n"
+      "On a terminal the values change in place; elsewhere every change is a line. A variable "
+      "that\n"
+      "can't be read shows why, after a \"!\". A PLC that is lost is connected to again, for as "
+      "long\n"
+      "as it takes.\n\n"
       "Examples:\n"
       "  plexum watch --sim MW100 MD104:REAL M110.0\n"
       "  plexum watch --ip 192.0.2.10 DB10.DBW4 IB0 --interval 100 --csv values.csv");

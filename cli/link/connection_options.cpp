@@ -1,33 +1,34 @@
 #include "cli/link/connection_options.h"
 
-#include "cli/text/failure.h"
+#include <charconv>
+#include <cmath>
 
 namespace plexum::cli {
-namespace {
 
-// The rack stands in the upper three bits of the TSAP's second byte, the slot in the lower five.
-constexpr unsigned kSlotsARack = 32;
-
-// The control takes the decimal digits of a TSAP text for hexadecimal ones: 22 gives 0x22. It
-// rounds the number for the ones, but cuts it for the tens: 29.5 gives two tens and ten ones, so
-// 0x2A. No text gives 0x?B to 0x?F.
-std::string tsap_part(unsigned byte) {
-  const unsigned tens = byte / 16 * 10;
-  const unsigned ones = byte % 16;
-  if (ones > 10) return {};
-  return ones == 10 ? std::to_string(tens + 9) + ".5" : std::to_string(tens + ones);
+std::optional<std::string> tsap_of_text(const std::string& text) {
+  const std::size_t point = text.find('.');
+  if (point == std::string::npos) return std::nullopt;
+  std::string bytes;
+  for (const std::string& part : {text.substr(0, point), text.substr(point + 1)}) {
+    unsigned byte = 0;
+    const char* const end = part.data() + part.size();
+    const auto [rest, error] = std::from_chars(part.data(), end, byte, 16);
+    if (error != std::errc() || rest != end || byte > 0xFF) return std::nullopt;
+    bytes += static_cast<char>(byte);
+  }
+  return bytes;
 }
 
-}  // namespace
-
-std::string ConnectionOptions::called_tsap() const {
-  if (!tsap_f.empty()) return tsap_f;
-  const std::string place = tsap_part(rack * kSlotsARack + slot);
-  if (place.empty()) {
-    throw usage_error("slot " + std::to_string(slot) +
-                      " can't be told to the control, whose TSAPs have the digits 0 to 9 only");
-  }
-  return std::string(1, connection_kind) + "." + place;
+std::optional<std::chrono::milliseconds> duration_of_text(const std::string& text) {
+  constexpr double kLongest = 3'600'000;
+  double number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  const std::string unit(rest, end);
+  if (error != std::errc() || (!unit.empty() && unit != "s" && unit != "ms")) return std::nullopt;
+  const double milliseconds = std::round(unit == "ms" ? number : number * 1000);
+  if (!(milliseconds >= 1 && milliseconds <= kLongest)) return std::nullopt;
+  return std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds));
 }
 
 void add_capture_option(CLI::App& command, std::string& path) {
@@ -56,30 +57,57 @@ void add_connection_options(CLI::App& command, ConnectionOptions& options) {
       ->envname("PLEXUM_SLOT")
       ->check(CLI::Range(0u, 31u))
       ->capture_default_str();
-  const auto add_kind = [&](const char* flag, char kind, const char* description) {
+  const auto add_partner = [&](const char* flag, client::Partner partner, const char* description) {
     return command.add_flag_callback(
-        flag, [&options, kind] { options.connection_kind = kind; }, description);
+        flag, [&options, partner] { options.partner = partner; }, description);
   };
-  CLI::Option* const pg =
-      add_kind("--pg", '1', "Connect as a programming device does (the default)");
-  CLI::Option* const op = add_kind("--op", '2', "Connect as an operator panel does");
-  CLI::Option* const basic = add_kind("--basic", '3', "Connect for S7 basic communication");
+  using client::Partner;
+  CLI::Option* const pg = add_partner("--pg", Partner::kProgrammingDevice,
+                                      "Connect as a programming device does (the default)");
+  CLI::Option* const op =
+      add_partner("--op", Partner::kOperatorPanel, "Connect as an operator panel does");
+  CLI::Option* const basic =
+      add_partner("--basic", Partner::kBasic, "Connect for S7 basic communication");
   pg->excludes(op)->excludes(basic);
   op->excludes(basic);
-  command.add_option("--tsap-e", options.tsap_e, "Own (calling) TSAP")
-      ->type_name("A.B")
-      ->capture_default_str();
-  command.add_option("--tsap-f", options.tsap_f, "TSAP of the PLC, in place of rack and slot")
-      ->type_name("A.B")
+  const auto add_tsap = [&](const char* name, std::string& tsap, const char* description) {
+    return command
+        .add_option_function<std::string>(
+            name,
+            [&tsap](const std::string& text) {
+              const std::optional<std::string> bytes = tsap_of_text(text);
+              if (!bytes) {
+                throw CLI::ValidationError(
+                    "\"" + text +
+                    "\" is no TSAP; one is two hexadecimal numbers joined by a point, such as 3.2");
+              }
+              tsap = *bytes;
+            },
+            description)
+        ->type_name("A.B");
+  };
+  add_tsap("--tsap-e", options.calling_tsap, "Own (calling) TSAP, in hexadecimal")
+      ->default_str("1.0");
+  add_tsap("--tsap-f", options.called_tsap, "TSAP of the PLC, in place of rack and slot")
       ->excludes(pg)
       ->excludes(op)
       ->excludes(basic);
   command
-      .add_option("--tzeit", options.tzeit,
-                  "Time-out of every wait, in slices of a millisecond or more")
-      ->check(CLI::Range(0, 3600000))
-      ->capture_default_str();
-  command.add_option("--pdu", options.pdu, "PDU size that the PLC grants, in bytes")
+      .add_option_function<std::string>(
+          "--timeout",
+          [&options](const std::string& text) {
+            const std::optional<std::chrono::milliseconds> time_out = duration_of_text(text);
+            if (!time_out) {
+              throw CLI::ValidationError("--timeout: \"" + text +
+                                         "\" is no duration from 1ms to 1 hour; write 500ms or 2s");
+            }
+            options.time_out = *time_out;
+          },
+          "Give up connecting, or waiting for an answer, after so long: 500ms, 2s")
+      ->envname("PLEXUM_TIMEOUT")
+      ->type_name("TIME")
+      ->default_str("3s");
+  command.add_option("--pdu", options.pdu, "PDU size to ask for, in bytes; the PLC may grant less")
       ->check(CLI::Range(64u, 960u))
       ->capture_default_str();
   command.add_flag("--trace", options.trace, "Show every telegram, annotated, on standard error");

@@ -1,15 +1,18 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "cli/link/connection_options.h"
-#include "cli/link/local_link.h"
-#include "cli/text/error_words.h"
+#include "cli/link/local_platform.h"
 #include "cli/text/failure.h"
-#include "control/plexum_link.h"
+#include "cli/watching/capture.h"
+#include "cli/watching/watched_tcp_client.h"
+#include "client/s7_client.h"
 
 namespace plexum::sim {
 class SimulatedPlc;
@@ -17,10 +20,10 @@ class SimulatedPlc;
 
 namespace plexum::cli {
 
-// One connection to one PLC. It uses the control as a careful host does: through its public members
-// alone; it tests and clears `err`, `inuse` and `s7init`, and tells every outcome apart.
+// A command's connection to its PLC: a client with everything that it needs on this system, and a
+// simulated PLC where one is asked for.
 //
-// All members throw Failure, whose line begins with what was being done.
+// Its members throw Failure, whose line begins with what was being done.
 class PlcConnection {
  public:
   // Starts the simulated PLC where one is asked for. Doesn't connect yet.
@@ -29,39 +32,50 @@ class PlcConnection {
   PlcConnection(const PlcConnection&) = delete;
   PlcConnection& operator=(const PlcConnection&) = delete;
 
-  PlexumLink& link() { return local_.link; }
   // The PLC, for people: 192.0.2.10:102.
   [[nodiscard]] std::string plc_name() const;
-  // The PDU size that the PLC is said to grant, in bytes.
-  [[nodiscard]] unsigned pdu() const { return options_.pdu; }
 
-  // Connects if there is no connection. The control's jobs would connect by themselves, but always
-  // to port 102.
+  // What the PLC granted to the present connection.
+  [[nodiscard]] const client::Granted& granted() const { return client_.granted(); }
+
+  // Connects if there is no connection.
   void connect();
-  [[nodiscard]] bool connected() { return link().s7init(); }
-  // Closes the connection; the next job opens one.
-  void disconnect();
+  void disconnect() { client_.disconnect(); }
 
-  // Runs one job of the control and returns its result; `what` begins the line of its failure.
+  // Runs a job of the client, connected, and gives its result; `what` begins the line of its
+  // failure.
   //
-  //   plc.run("reading the clock", JobKind::kQuery, [](PlexumLink& link) {
-  //     return link.pg_ReadClock();
-  //   });
-  Value run(const std::string& what, JobKind step, const std::function<Value(PlexumLink&)>& job);
+  //   plc.run("reading the clock", [](S7Client& client) { return client.clock(); });
+  template <typename Job>
+  auto run(const std::string& what, Job job) {
+    connect();
+    try {
+      return job(client_);
+    } catch (const client::Error& error) {
+      rethrow(what, error);
+    }
+  }
 
-  // Lets the control process its messages for a while, as an idle host does, so that it notices a
-  // connection that ends. Stops early when `ended` says so.
+  // Jobs and waits end with a failure soon after `cancelled` gives true.
+  void cancel_when(std::function<bool()> cancelled);
+
+  // Waits, and notices meanwhile when the connection ends. Stops early when `ended` says so.
   void idle(std::chrono::milliseconds duration, const std::function<bool()>& ended = {});
 
  private:
-  // Closes a connection of which a run-time error or a time-out has left the state unknown.
-  void drop_connection();
+  [[noreturn]] static void rethrow(const std::string& what, const client::Error& error);
 
   const ConnectionOptions options_;
   std::unique_ptr<sim::SimulatedPlc> simulated_;
   std::string ip_;
   std::uint16_t port_;
-  LocalLink local_;
+  // Each stands on those before it.
+  LocalPlatform platform_;
+  OptionalCapture capture_;
+  WatchedTcpClient watched_;
+  client::S7Client client_;
 };
+
+using client::S7Client;
 
 }  // namespace plexum::cli

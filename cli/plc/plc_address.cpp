@@ -27,24 +27,24 @@ constexpr TypeName kTypes[] = {
 
 struct Area {
   const char* name;
-  const char* code;  // the control's
+  client::Area area;
   bool output = false, readable = true, writable = true;
 };
 
 constexpr Area kAreas[] = {
-    {"M", "M"},
-    {"I", "E"},
-    {"E", "E"},
-    {"Q", "A", true},
-    {"A", "A", true},
-    {"L", "LD"},
-    {"PI", "P", false, true, false},
-    {"PE", "P", false, true, false},
-    {"PQ", "P", true, false, true},
-    {"PA", "P", true, false, true},
-    {"T", "T", false, true, false},
-    {"C", "Z", false, true, false},
-    {"Z", "Z", false, true, false},
+    {"M", client::Area::kFlags},
+    {"I", client::Area::kInputs},
+    {"E", client::Area::kInputs},
+    {"Q", client::Area::kOutputs, true},
+    {"A", client::Area::kOutputs, true},
+    {"L", client::Area::kLocalData},
+    {"PI", client::Area::kPeripherals, false, true, false},
+    {"PE", client::Area::kPeripherals, false, true, false},
+    {"PQ", client::Area::kPeripherals, true, false, true},
+    {"PA", client::Area::kPeripherals, true, false, true},
+    {"T", client::Area::kTimers, false, true, false},
+    {"C", client::Area::kCounters, false, true, false},
+    {"Z", client::Area::kCounters, false, true, false},
 };
 
 constexpr unsigned kMostBytes = 65536;
@@ -92,7 +92,6 @@ class Builder {
  public:
   Builder(const std::string& capitals, const AddressParts& parts) : parts_(parts) {
     address_.text = capitals;
-    address_.range.name = capitals;
   }
 
   PlcAddress build() {
@@ -121,20 +120,23 @@ class Builder {
   }
 
   [[nodiscard]] bool numbered() const {
-    return address_.range.area == "T" || address_.range.area == "Z";
+    return address_.item.area == client::Area::kTimers ||
+           address_.item.area == client::Area::kCounters;
   }
 
+  [[nodiscard]] bool peripheral() const { return address_.item.area == client::Area::kPeripherals; }
+
   void take_area() {
-    MemoryRange& range = address_.range;
+    client::Item& item = address_.item;
     if (const std::optional<unsigned> block = parts_.block()) {
       if (*block < 1 || *block > 65535) refuse("data blocks have the numbers 1 to 65535");
-      range.area = parts_.instance_block() ? "DI" : "D";
-      range.block = *block;
+      item.area = parts_.instance_block() ? client::Area::kInstanceBlock : client::Area::kDataBlock;
+      item.block = static_cast<std::uint16_t>(*block);
       return;
     }
     const Area& area = *std::find_if(std::begin(kAreas), std::end(kAreas),
                                      [&](const Area& row) { return parts_.area() == row.name; });
-    range.area = area.code;
+    item.area = area.area;
     address_.output = area.output;
     address_.readable = area.readable;
     address_.writable = area.writable;
@@ -152,7 +154,7 @@ class Builder {
     if (parts_.size() != 0) return parts_.size();
     if (parts_.bit() && !parts_.block()) return 'X';
     refuse("its size is missing; write " + at('B', "") + ", " + at('W', "") + " or " + at('D', "") +
-           (address_.range.area == "P" ? "" : ", or " + bit_at(0) + " for a bit"));
+           (peripheral() ? "" : ", or " + bit_at(0) + " for a bit"));
   }
 
   void take_type() {
@@ -179,12 +181,12 @@ class Builder {
   }
 
   [[nodiscard]] PlcType own_type() const {
-    return address_.range.area == "T" ? PlcType::kS5Time : PlcType::kCounter;
+    return address_.item.area == client::Area::kTimers ? PlcType::kS5Time : PlcType::kCounter;
   }
 
   void take_bit() {
     const std::optional<unsigned> bit = parts_.bit();
-    if ((size_ == 'X' || bit) && address_.range.area == "P") {
+    if ((size_ == 'X' || bit) && peripheral()) {
       refuse("the periphery has no bits; write " + at('B', ""));
     }
     if (size_ == 'X' && !bit) refuse("its bit is missing; write " + bit_at(0));
@@ -237,12 +239,21 @@ class Builder {
       refuse("out of range; an area has " + std::to_string(elements) +
              (numbered() ? " timers or counters" : " bytes") + " at most, an array 1 or more");
     }
-    address_.range.start = parts_.start() * (numbered() ? 2 : 1);
-    address_.range.size = size;
-    if (!can_address(address_.range.start)) {
-      refuse("the control can't address byte " + std::to_string(address_.range.start) +
-             "; of every 8192 bytes it reaches the first 4096");
-    }
+    client::Item& item = address_.item;
+    item.start = parts_.start();
+    item.type = element_type();
+    item.count = static_cast<std::uint32_t>(size / client::size_of(item.type));
+  }
+
+  // Modules of the periphery get accesses of the size that the address has, as they get them from
+  // the PLC's own program. Elsewhere bytes are bytes.
+  [[nodiscard]] client::ElementType element_type() const {
+    using client::ElementType;
+    if (address_.item.area == client::Area::kTimers) return ElementType::kTimer;
+    if (address_.item.area == client::Area::kCounters) return ElementType::kCounter;
+    if (peripheral() && size_ == 'W') return ElementType::kWord;
+    if (peripheral() && size_ == 'D') return ElementType::kDWord;
+    return ElementType::kByte;
   }
 
   const AddressParts& parts_;
@@ -286,11 +297,11 @@ void require_readable(const PlcAddress& address) {
 void require_writable(const PlcAddress& address) {
   if (address.writable) return;
   throw usage_error(address.text +
-                    (address.range.area == "P"
+                    (address.item.area == client::Area::kPeripherals
                          ? ": peripheral inputs can only be read; write the outputs as PQ, such as "
                            "PQB0"
-                         : ": the control can only read timers and counters; let the PLC's program "
-                           "set them from a flag or a data block"));
+                         : ": timers and counters can only be read; let the PLC's program set them "
+                           "from a flag or a data block"));
 }
 
 }  // namespace plexum::cli

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "cli/plc/memory_range.h"
+#include "client/item.h"
 
 namespace plexum::cli {
 
@@ -35,13 +35,14 @@ const char* name_of(PlcType type);
 //   arrays     DB1.DBB0[100]  MW20[8]:INT  DB1.DBX0.4[10]
 //   texts      DB1.DBB40[5]:CHAR  DB1.DBB38:STRING[24]  DB1.DBB38:STRING
 struct PlcAddress {
-  std::string text;   // as given, in capitals
-  MemoryRange range;  // all of its bytes, and `text` as its name
+  std::string text;  // as given, in capitals
+  // All of it: bytes as a rule, timers or counters, words or double words of the periphery.
+  client::Item item;
   PlcType type = PlcType::kByte;
-  unsigned bit = 0;    // of a BOOL, in the range's first byte
+  unsigned bit = 0;    // of a BOOL, in the item's first byte
   unsigned count = 1;  // elements
   bool array = false;  // whether a count was given, be it 1
-  // The room of a STRING, in characters. 0 when it wasn't given: then `range` is only the two bytes
+  // The room of a STRING, in characters. 0 when it wasn't given: then `item` is only the two bytes
   // before the characters, and the PLC has to be asked for the length.
   unsigned max_length = 0;
 

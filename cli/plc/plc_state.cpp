@@ -1,21 +1,18 @@
 #include "cli/plc/plc_state.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
+#include <string_view>
 
 namespace plexum::cli {
 namespace {
 
-// The answer to a read of a state list, from its data field on: return code, transport size, length
-// (2), list (2), index (2), length of a record (2), number of records (2), records.
-constexpr std::size_t kLength = 2;
-constexpr std::size_t kLengthCountsFrom = 4;
-constexpr std::size_t kRecordLength = 8;
-constexpr std::size_t kRecordCount = 10;
-constexpr std::size_t kRecords = 12;
+constexpr std::uint16_t kModeList = 0x0424;
+constexpr std::uint16_t kLampList = 0x0119;
+
 // A lamp's record: number (2), on, blinking.
 constexpr std::size_t kLampRecord = 4;
-constexpr std::uint8_t kSuccess = 0xFF;
 
 constexpr unsigned kRunLamp = 4;
 constexpr unsigned kStopLamp = 5;
@@ -25,31 +22,8 @@ constexpr const char* kLampNames[] = {nullptr, "SF",    "INTF",  "EXTF",  "RUN",
                                       "BUS2F", "REDF",  "MSTR",  "RACK0", "RACK1", "RACK2",
                                       "IFM1F", "IFM2F", "BUS3F", "MAINT", "DC24V"};
 
-unsigned byte_at(const std::string& bytes, std::size_t index) {
+unsigned byte_at(std::string_view bytes, std::size_t index) {
   return static_cast<unsigned char>(bytes[index]);
-}
-
-unsigned word_at(const std::string& bytes, std::size_t index) {
-  return byte_at(bytes, index) << 8 | byte_at(bytes, index + 1);
-}
-
-std::vector<Lamp> lamps_in(const std::string& bytes) {
-  const std::string what = "reading the lamps";
-  if (bytes.empty() || byte_at(bytes, 0) != kSuccess) {
-    throw Failure(what + ": the PLC has no state list 0x0119");
-  }
-  if (bytes.size() < kRecords || word_at(bytes, kLength) != bytes.size() - kLengthCountsFrom ||
-      word_at(bytes, kRecordLength) != kLampRecord ||
-      bytes.size() - kRecords != kLampRecord * word_at(bytes, kRecordCount)) {
-    throw Failure(what + ": the answer is no whole list; try again");
-  }
-  std::vector<Lamp> lamps;
-  for (std::size_t at = kRecords; at < bytes.size(); at += kLampRecord) {
-    const unsigned blinking = std::min(byte_at(bytes, at + 3), 2u);
-    lamps.push_back(
-        {word_at(bytes, at), byte_at(bytes, at + 2) != 0, static_cast<Lamp::Blinking>(blinking)});
-  }
-  return lamps;
 }
 
 }  // namespace
@@ -89,7 +63,23 @@ const char* Lamp::state() const {
   return on ? "on" : "off";
 }
 
-RunMode LampList::mode() const {
+bool is_list_of_lamps(const client::StateList& list) {
+  const unsigned number = list.id & 0xFFu;
+  return (number == 0x19 || number == 0x74) && list.record_size >= kLampRecord;
+}
+
+std::vector<Lamp> lamps_in(const client::StateList& list) {
+  std::vector<Lamp> lamps;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const std::string_view record = list.record(i);
+    const unsigned blinking = std::min(byte_at(record, 3), 2u);
+    lamps.push_back({byte_at(record, 0) << 8 | byte_at(record, 1), byte_at(record, 2) != 0,
+                     static_cast<Lamp::Blinking>(blinking)});
+  }
+  return lamps;
+}
+
+RunMode mode_by_lamps(const std::vector<Lamp>& lamps) {
   const auto lit = [&](unsigned number) {
     return std::find_if(lamps.begin(), lamps.end(), [&](const Lamp& lamp) {
       return lamp.number == number && (lamp.on || lamp.blinking != Lamp::Blinking::kNo);
@@ -102,35 +92,37 @@ RunMode LampList::mode() const {
   return lit(kStopLamp) != lamps.end() ? RunMode::kStop : RunMode::kUnknown;
 }
 
+client::StateList read_state_list(PlcConnection& plc, std::uint16_t id, std::uint16_t index) {
+  char text[20];
+  std::snprintf(text, sizeof text, "0x%04X", id);
+  return plc.run(std::string("reading state list ") + text,
+                 [&](S7Client& client) { return client.state_list(id, index); });
+}
+
 ModeByte read_mode_byte(PlcConnection& plc) {
-  const Value bits = plc.run("reading the run mode", JobKind::kQuery,
-                             [](PlexumLink& link) { return link.pg_plcRunMode(); });
-  ModeByte byte;
-  if (const auto* array = std::get_if<VariantArray>(&bits)) {
-    for (std::size_t bit = 0; bit < array->elements.size(); ++bit) {
-      const auto* text = std::get_if<std::string>(&array->elements[bit]);
-      if (text != nullptr && *text == "1") byte.value |= static_cast<std::uint8_t>(1u << bit);
-    }
+  const std::string what = "reading the run mode";
+  const client::StateList list =
+      plc.run(what, [](S7Client& client) { return client.state_list(kModeList); });
+  constexpr std::size_t kEventLow = 1;
+  if (list.size() == 0 || list.record_size <= kEventLow) {
+    throw Failure(what + ": the PLC's state list 0x0424 is empty");
   }
-  return byte;
+  return {static_cast<std::uint8_t>(byte_at(list.record(0), kEventLow))};
 }
 
-LampList read_lamps(PlcConnection& plc) {
-  const Value result =
-      plc.run("reading the lamps", JobKind::kQuery, [](PlexumLink& link) { return link.pg_SZL(); });
-  LampList list;
-  if (const auto* array = std::get_if<VariantArray>(&result)) {
-    for (const Value& element : array->elements) {
-      list.bytes += static_cast<char>(std::get<std::int16_t>(element));
-    }
-  }
-  list.lamps = lamps_in(list.bytes);
-  return list;
+std::vector<Lamp> read_lamps(PlcConnection& plc) {
+  const std::string what = "reading the lamps";
+  const client::StateList list =
+      plc.run(what, [](S7Client& client) { return client.state_list(kLampList); });
+  if (!is_list_of_lamps(list)) throw Failure(what + ": the PLC's state list 0x0119 has no lamps");
+  return lamps_in(list);
 }
 
-RunMode read_mode(PlcConnection& plc) {
-  const RunMode mode = read_mode_byte(plc).mode();
-  return mode == RunMode::kUnknown ? read_lamps(plc).mode() : mode;
+RunMode mode_by(PlcConnection& plc, ModeByte byte) {
+  const RunMode mode = byte.mode();
+  return mode == RunMode::kUnknown ? mode_by_lamps(read_lamps(plc)) : mode;
 }
+
+RunMode read_mode(PlcConnection& plc) { return mode_by(plc, read_mode_byte(plc)); }
 
 }  // namespace plexum::cli

@@ -13,12 +13,11 @@ enum class RunMode : std::uint8_t { kUnknown, kStop, kStartUp, kRun };
 // "RUN", "STOP", "STARTUP", "unknown".
 const char* name_of(RunMode mode);
 
-// One byte of state list 0x0424: the low byte of the event id of the CPU's last change of mode. The
-// control gives the bits of this byte.
+// One byte of state list 0x0424: the low byte of the event id of the CPU's last change of mode.
 struct ModeByte {
   std::uint8_t value = 0;
 
-  // The bits as the control gives them: least significant first.
+  // The bits, least significant first.
   [[nodiscard]] std::string bits() const;
   [[nodiscard]] RunMode mode() const;
 };
@@ -36,17 +35,18 @@ struct Lamp {
   [[nodiscard]] const char* state() const;
 };
 
-struct LampList {
-  std::string bytes;  // the answer from the data field's return code on, as the control gives it
-  std::vector<Lamp> lamps;
-
-  [[nodiscard]] RunMode mode() const;
-};
+// The lamps in the state lists 0x0019, 0x0119, 0x0074 and 0x0174.
+bool is_list_of_lamps(const client::StateList& list);
+std::vector<Lamp> lamps_in(const client::StateList& list);
+// By the lamps RUN and STOP.
+RunMode mode_by_lamps(const std::vector<Lamp>& lamps);
 
 // They ask the PLC, and throw Failure.
+client::StateList read_state_list(PlcConnection& plc, std::uint16_t id, std::uint16_t index = 0);
 ModeByte read_mode_byte(PlcConnection& plc);
-LampList read_lamps(PlcConnection& plc);
+std::vector<Lamp> read_lamps(PlcConnection& plc);
 // The mode by the mode byte; where that byte has no known meaning, by the lamps.
+RunMode mode_by(PlcConnection& plc, ModeByte byte);
 RunMode read_mode(PlcConnection& plc);
 
 }  // namespace plexum::cli

@@ -288,7 +288,7 @@ PlcValue parse_value(const PlcAddress& address, const std::string& text) {
     case PlcType::kString:
       return characters_in(address, text);
     default:
-      refuse(address, text, "the control can't write it");
+      refuse(address, text, "it can only be read");
   }
 }
 

@@ -17,10 +17,9 @@ namespace plexum::cli {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Values = std::vector<std::vector<PlcValue>>;
-
-// The shortest pause between a failed poll and the next attempt.
-constexpr std::chrono::milliseconds kPauseOfOutage{1000};
+// The pauses between failed polls and the next attempt.
+constexpr std::chrono::milliseconds kFirstPause{1000};
+constexpr std::chrono::milliseconds kLongestPause{10'000};
 
 // A table of comma-separated values: the time, then a column for each address.
 class CsvFile {
@@ -33,11 +32,13 @@ class CsvFile {
     write(row);
   }
 
-  void add(PollTime time, const std::vector<PlcAddress>& addresses, const Values& values) {
+  // The cell of a variable without values is empty.
+  void add(PollTime time, const std::vector<PlcAddress>& addresses,
+           const std::vector<PolledVariable>& variables) {
     if (path_.empty()) return;
     std::string row = iso_text_utc(time);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      row += ',' + cell(text_of_all(addresses[i], values[i]));
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+      row += ',' + cell(text_of_all(addresses[i], variables[i].values));
     }
     write(row);
   }
@@ -60,16 +61,26 @@ class CsvFile {
   std::ofstream file_;
 };
 
-Values read_all(PlcConnection& plc, const std::vector<PlcAddress>& addresses, RoundTrips& times) {
-  plc.connect();
-  Values values;
-  for (const PlcAddress& address : addresses) {
-    const Clock::time_point start = Clock::now();
-    const std::string bytes = read_bytes(plc, address);
-    times.add(Clock::now() - start);
-    values.push_back(values_of(address, bytes));
+PolledVariable polled(const PlcAddress& address, const ReadResult& result) {
+  if (result.refusal) return {{}, result.refusal->meaning};
+  try {
+    return {values_of(address, result.bytes), ""};
+  } catch (const Failure& failure) {
+    return {{}, failure.what()};
   }
-  return values;
+}
+
+std::vector<PolledVariable> poll_once(PlcConnection& plc, const std::vector<PlcAddress>& addresses,
+                                      RoundTrips& times) {
+  plc.connect();
+  const Clock::time_point start = Clock::now();
+  const std::vector<ReadResult> results = read_variables(plc, addresses);
+  times.add(Clock::now() - start);
+  std::vector<PolledVariable> variables;
+  for (std::size_t i = 0; i < addresses.size(); ++i) {
+    variables.push_back(polled(addresses[i], results[i]));
+  }
+  return variables;
 }
 
 }  // namespace
@@ -111,33 +122,39 @@ void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const Po
            (options.duration > 0 && Clock::now() - start >= duration);
   };
 
+  plc.cancel_when([&] { return interrupt.interrupted(); });
   const std::chrono::milliseconds interval(options.interval);
+  std::chrono::milliseconds pause = kFirstPause;
   Clock::time_point next = start;
   while (!over()) {
-    std::optional<Values> values;
+    std::vector<PolledVariable> variables;
     const PollTime time = std::chrono::system_clock::now();
-    ++polls;
     try {
-      values = read_all(plc, addresses, times);
+      variables = poll_once(plc, addresses, times);
+      outage.reset();
     } catch (const Failure& failure) {
-      if (failure.code() != ExitCode::kFailed || polls == failures + 1) throw;
-      ++failures;
+      if (interrupt.interrupted()) break;
+      if (polls == failures) throw;
       outage = failure;
       plc.disconnect();
     }
-    // Polls that were due meanwhile are left out.
+    ++polls;
     const Clock::time_point now = Clock::now();
-    next += interval * (1 + std::max<Clock::rep>(0, (now - next) / interval));
-    if (values) {
-      outage.reset();
-      csv.add(time, addresses, *values);
-      observer.on_values(time, *values);
-    } else {
+    if (outage) {
+      ++failures;
       observer.on_failure(time, outage->what());
-      next = now + std::max(interval, kPauseOfOutage);
+      next = now + std::max(interval, pause);
+      pause = std::min(2 * pause, kLongestPause);
+    } else {
+      csv.add(time, addresses, variables);
+      observer.on_values(time, variables);
+      pause = kFirstPause;
+      // Polls that were due meanwhile are left out.
+      next += interval * (1 + std::max<Clock::rep>(0, (now - next) / interval));
     }
     plc.idle(std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()), over);
   }
+  plc.cancel_when({});
   std::cerr << polls << " polls, " << failures << " failed; round trips: " << times.summary()
             << '\n';
   if (outage && !interrupt.interrupted()) throw Failure(*outage);

@@ -30,6 +30,12 @@ std::vector<PlcAddress> polled_addresses(const PollOptions& options);
 
 using PollTime = std::chrono::system_clock::time_point;
 
+// What a poll read of one address: its values, or why there are none.
+struct PolledVariable {
+  std::vector<PlcValue> values;
+  std::string trouble;  // in words; empty where there are values
+};
+
 // Is told of every poll.
 class PollObserver {
  public:
@@ -38,15 +44,16 @@ class PollObserver {
   PollObserver(const PollObserver&) = delete;
   PollObserver& operator=(const PollObserver&) = delete;
 
-  // A poll that read all values; they are in the order of the addresses.
-  virtual void on_values(PollTime time, const std::vector<std::vector<PlcValue>>& values) = 0;
+  // A poll that the PLC answered; the variables are in the order of the addresses.
+  virtual void on_values(PollTime time, const std::vector<PolledVariable>& variables) = 0;
   // A poll that failed; `line` is the reason.
   virtual void on_failure(PollTime time, const std::string& line) = 0;
 };
 
 // Polls until the user interrupts it or a limit of the options is reached, then prints the
-// statistics on standard error. A failure of the first poll is thrown. After a later one it pauses
-// and connects again. Where the last poll failed, its failure is thrown at the end.
+// statistics on standard error. A failure of the first poll is thrown. After a later one it
+// connects again, for as long as it takes, in pauses that grow to 10 seconds. Where the last poll
+// failed, its failure is thrown at the end. A variable that the PLC refuses fails no poll.
 void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const PollOptions& options,
           PollObserver& observer);
 

@@ -2,150 +2,195 @@
 
 #include <algorithm>
 
-#include "cli/text/failure.h"
-
 namespace plexum::cli {
 namespace {
 
-// What a job's telegram and its answer need beside the data, in bytes of the PDU: the header of an
-// answer (12), its parameter (2) and its item's header (4); the header of a write job (10), its
-// parameter (14) and its item's header (4).
-constexpr unsigned kReadOverhead = 18;
-constexpr unsigned kWriteOverhead = 28;
+using client::Item;
+using client::ReadOutcome;
+using client::Stretch;
+using client::WriteItem;
+using client::WriteOutcome;
 
-// The byte string of a read's result.
-std::string bytes_of_result(const Value& value) {
-  if (const auto* bytes = std::get_if<std::string>(&value)) return *bytes;
-  std::string bytes;
-  if (const auto* array = std::get_if<DoubleArray>(&value)) {
-    for (const double element : array->elements) {
-      bytes += static_cast<char>(static_cast<unsigned char>(element));
+template <typename Outcome>
+ErrorWords refusal_words(const Outcome& outcome) {
+  return outcome.error ? words_of(outcome.error) : words_of(outcome.code);
+}
+
+std::vector<ReadOutcome> read_items(PlcConnection& plc, const std::string& what,
+                                    const std::vector<Item>& items) {
+  return plc.run(what, [&](S7Client& client) { return client.read(items); });
+}
+
+bool is_open_string(const PlcAddress& address) {
+  return address.type == PlcType::kString && address.max_length == 0;
+}
+
+std::string what_is_read(const std::vector<PlcAddress>& addresses) {
+  return addresses.size() == 1 ? "reading " + addresses.front().text
+                               : "reading " + std::to_string(addresses.size()) + " variables";
+}
+
+// The item with the characters of a STRING whose two lengths were read; nothing where it has none,
+// or where its present length is above the maximum: values_of() complains about that.
+std::optional<Item> characters_of(const PlcAddress& address, const ReadResult& lengths) {
+  if (!is_open_string(address) || lengths.refusal) return std::nullopt;
+  const auto maximum = static_cast<unsigned char>(lengths.bytes[0]);
+  const auto present = static_cast<unsigned char>(lengths.bytes[1]);
+  Item item = address.item;
+  item.start += kStringHeader;
+  item.count = present;
+  if (present > maximum || !item.is_valid()) return std::nullopt;
+  return item;
+}
+
+// Where the string of that index in an array begins.
+std::uint32_t start_of_string(const PlcAddress& address, std::size_t index) {
+  return address.item.start +
+         static_cast<std::uint32_t>(index) * (kStringHeader + address.max_length);
+}
+
+std::vector<WriteItem> items_of(const Assignment& assignment) {
+  const PlcAddress& address = assignment.address;
+  std::vector<WriteItem> items;
+  if (address.type == PlcType::kBool) {
+    for (std::size_t i = 0; i < assignment.values.size(); ++i) {
+      const auto bit = address.bit + static_cast<unsigned>(i);
+      Item item = address.item;
+      item.type = client::ElementType::kBit;
+      item.start += bit / 8;
+      item.bit = static_cast<std::uint8_t>(bit % 8);
+      item.count = 1;
+      items.push_back({item, std::string(1, std::get<bool>(assignment.values[i]) ? '\1' : '\0')});
     }
+  } else if (address.type == PlcType::kString) {
+    for (std::size_t i = 0; i < assignment.values.size(); ++i) {
+      Item item = address.item;
+      std::string bytes = bytes_of(address.type, assignment.values[i]);
+      item.start = start_of_string(address, i) + 1;  // behind the maximum length
+      item.count = static_cast<std::uint32_t>(bytes.size());
+      items.push_back({item, std::move(bytes)});
+    }
+  } else {
+    std::string bytes;
+    for (const PlcValue& value : assignment.values) bytes += bytes_of(address.type, value);
+    items.push_back({address.item, std::move(bytes)});
   }
-  return bytes;
+  return items;
 }
 
-// Throws unless the control can address the first byte of every job; they are `most` bytes apart.
-// Called before the first job, so that no range is written by half for this reason.
-void check_starts(const std::string& what, const MemoryRange& range, std::uint32_t most) {
-  for (std::uint32_t done = 0; done < range.size; done += most) {
-    if (can_address(range.start + done)) continue;
-    throw usage_error(what + ": the control can't address byte " +
-                      std::to_string(range.start + done) +
-                      " (of every 8192 bytes it reaches the first 4096)");
+std::string text_of_stretches(const std::vector<Stretch>& stretches) {
+  std::string text;
+  for (const Stretch& stretch : stretches) {
+    text += (text.empty() ? "" : ", ") + std::to_string(stretch.offset) + " to " +
+            std::to_string(stretch.offset + stretch.size - 1);
   }
+  return text;
 }
 
-void write_range(PlcConnection& plc, const MemoryRange& range, const std::string& bytes) {
-  const std::string what = "writing " + described(range);
-  const std::uint32_t most = plc.pdu() - kWriteOverhead;
-  check_starts(what, range, most);
-  for (std::size_t done = 0; done < bytes.size(); done += most) {
-    const std::uint32_t first = range.start + static_cast<std::uint32_t>(done);
-    plc.run(what, JobKind::kWrite, [&](PlexumLink& link) {
-      std::string start = std::to_string(first);  // is left with the bit address
-      return link.ag_WriteMB(std::to_string(range.block), start, bytes.substr(done, most),
-                             range.area);
-    });
+// What a write that failed has done anyway: "; written: bytes 0 to 449 of 1000". Nothing where it
+// has done nothing.
+std::string done_anyway(const std::vector<WriteItem>& items,
+                        const std::vector<WriteOutcome>& outcomes) {
+  std::string text;
+  if (items.size() == 1) {
+    const std::string of = " of " + std::to_string(items.front().data.size());
+    const WriteOutcome& outcome = outcomes.front();
+    if (!outcome.written.empty()) {
+      text += "; written: bytes " + text_of_stretches(outcome.written) + of;
+    }
+    if (!outcome.in_doubt.empty()) {
+      text += "; perhaps written: bytes " + text_of_stretches(outcome.in_doubt) + of;
+    }
+    return text;
   }
-}
-
-// Writes one bit (0 to 7) of the range's first byte.
-void write_bit(PlcConnection& plc, const MemoryRange& range, unsigned bit, bool value) {
-  const std::string what = "writing " + described(range) + " bit " + std::to_string(bit);
-  check_starts(what, range, 1);
-  plc.run(what, JobKind::kWrite, [&](PlexumLink& link) {
-    std::string start = std::to_string(range.start);  // is left with the bit address
-    return link.ag_WriteX(std::to_string(range.block), start, value ? "1" : "0", range.area,
-                          std::to_string(bit));
-  });
-}
-
-// The two lengths of a string of an array.
-MemoryRange header_of_string(const PlcAddress& address, std::size_t index) {
-  MemoryRange header = address.range;
-  header.size = kStringHeader;
-  header.start += static_cast<std::uint32_t>(index) * (kStringHeader + address.max_length);
-  return header;
+  const auto count = [&](auto has) { return std::count_if(outcomes.begin(), outcomes.end(), has); };
+  const auto written = count([](const WriteOutcome& one) { return !one.written.empty(); });
+  const auto in_doubt = count([](const WriteOutcome& one) { return !one.in_doubt.empty(); });
+  const std::string of = " of " + std::to_string(items.size()) + " elements";
+  if (written > 0) text += "; written: " + std::to_string(written) + of;
+  if (in_doubt > 0) text += "; perhaps written: " + std::to_string(in_doubt) + of;
+  return text;
 }
 
 }  // namespace
 
-std::string read_range(PlcConnection& plc, const MemoryRange& range) {
-  const std::string what = "reading " + described(range);
-  const std::uint32_t most = plc.pdu() - kReadOverhead;
-  check_starts(what, range, most);
-  std::string bytes;
-  while (bytes.size() < range.size) {
-    const auto done = static_cast<std::uint32_t>(bytes.size());
-    const std::uint32_t size = std::min(most, range.size - done);
-    const std::string block = std::to_string(range.block);
-    const std::string start = std::to_string(range.start + done);
-    const Value part = plc.run(what, JobKind::kRead, [&](PlexumLink& link) {
-      // Of the two members ag_Read alone knows timers and counters.
-      return range.area == "T" || range.area == "Z"
-                 ? link.ag_Read(block, std::to_string(size), start, "B", range.area)
-                 : link.ag_ReadB(block, std::to_string(size), start, "C", range.area);
-    });
-    const std::string part_bytes = bytes_of_result(part);
-    if (part_bytes.size() != size) throw Failure(what + ": the PLC's answer has too few bytes");
-    bytes += part_bytes;
+std::vector<ReadResult> read_variables(PlcConnection& plc,
+                                       const std::vector<PlcAddress>& addresses) {
+  const std::string what = what_is_read(addresses);
+  std::vector<Item> items;
+  for (const PlcAddress& address : addresses) items.push_back(address.item);
+  std::vector<ReadOutcome> outcomes = read_items(plc, what, items);
+  std::vector<ReadResult> results;
+  std::vector<std::size_t> strings;  // places of those whose characters are still to be read
+  items.clear();
+  for (std::size_t i = 0; i < addresses.size(); ++i) {
+    ReadResult result{std::move(outcomes[i].data), std::nullopt};
+    if (!outcomes[i].ok()) result.refusal = refusal_words(outcomes[i]);
+    if (const std::optional<Item> characters = characters_of(addresses[i], result)) {
+      strings.push_back(i);
+      items.push_back(*characters);
+    }
+    results.push_back(std::move(result));
   }
-  return bytes;
+  if (strings.empty()) return results;
+  outcomes = read_items(plc, what, items);
+  for (std::size_t i = 0; i < strings.size(); ++i) {
+    ReadResult& result = results[strings[i]];
+    result.bytes += outcomes[i].data;
+    if (!outcomes[i].ok()) result.refusal = refusal_words(outcomes[i]);
+  }
+  return results;
 }
 
-std::string read_bytes(PlcConnection& plc, const PlcAddress& address) {
-  std::string bytes = read_range(plc, address.range);
-  if (address.type != PlcType::kString || address.max_length > 0) return bytes;
-  MemoryRange characters = address.range;
-  characters.start += characters.size;
-  characters.size = static_cast<unsigned char>(bytes[1]);
-  // A present length beyond the maximum is no STRING's: values_of() says so.
-  if (characters.size > static_cast<unsigned char>(bytes[0])) return bytes;
-  return bytes + read_range(plc, characters);
+Failure read_failure(const PlcAddress& address, const ErrorWords& words) {
+  return Failure(line_of("reading " + address.text, words), ExitCode::kFailed,
+                 Failure::Origin::kPlcRefused);
 }
 
 void check_strings(PlcConnection& plc, const Assignment& assignment) {
+  const PlcAddress& address = assignment.address;
+  std::vector<Item> maxima;
   for (std::size_t i = 0; i < assignment.values.size(); ++i) {
-    const std::string header = read_range(plc, header_of_string(assignment.address, i));
-    const std::size_t room = static_cast<unsigned char>(header[0]);
+    Item item = address.item;
+    item.start = start_of_string(address, i);
+    item.count = 1;
+    maxima.push_back(item);
+  }
+  const std::string what = "reading " + address.text;
+  const std::vector<ReadOutcome> outcomes = read_items(plc, what, maxima);
+  for (std::size_t i = 0; i < outcomes.size(); ++i) {
+    if (!outcomes[i].ok()) throw Failure(line_of(what, refusal_words(outcomes[i])));
+    const std::size_t room = static_cast<unsigned char>(outcomes[i].data[0]);
     const std::size_t length = std::get<std::string>(assignment.values[i]).size();
     if (length <= room) continue;
-    throw usage_error(assignment.address.text + ": a text of " + std::to_string(length) +
+    throw usage_error(address.text + ": a text of " + std::to_string(length) +
                       " doesn't fit the PLC's STRING[" + std::to_string(room) + "]");
   }
 }
 
 void write_values(PlcConnection& plc, const Assignment& assignment) {
-  const PlcAddress& address = assignment.address;
-  MemoryRange place = address.range;
-  switch (address.type) {
-    case PlcType::kBool:
-      place.size = 1;
-      for (std::size_t i = 0; i < assignment.values.size(); ++i) {
-        const auto bit = address.bit + static_cast<unsigned>(i);
-        place.start = address.range.start + bit / 8;
-        write_bit(plc, place, bit % 8, std::get<bool>(assignment.values[i]));
-      }
-      break;
-    case PlcType::kString:
-      for (std::size_t i = 0; i < assignment.values.size(); ++i) {
-        const std::string bytes = bytes_of(address.type, assignment.values[i]);
-        place.start = header_of_string(address, i).start + 1;  // behind the maximum length
-        place.size = static_cast<std::uint32_t>(bytes.size());
-        write_range(plc, place, bytes);
-      }
-      break;
-    default:
-      std::string bytes;
-      for (const PlcValue& value : assignment.values) bytes += bytes_of(address.type, value);
-      write_range(plc, place, bytes);
-  }
+  const std::string what = "writing " + assignment.address.text;
+  const std::vector<WriteItem> items = items_of(assignment);
+  const std::vector<WriteOutcome> outcomes = plc.run(what, [&](S7Client& client) {
+    try {
+      return client.write(items);
+    } catch (const client::InterruptedWrite& error) {
+      throw Failure(line_of(what, words_of(error.failure())) +
+                    done_anyway(items, error.outcomes()));
+    }
+  });
+  const auto refused = std::find_if(outcomes.begin(), outcomes.end(),
+                                    [](const WriteOutcome& outcome) { return !outcome.ok(); });
+  if (refused == outcomes.end()) return;
+  throw Failure(line_of(what, refusal_words(*refused)) + done_anyway(items, outcomes),
+                ExitCode::kFailed, Failure::Origin::kPlcRefused);
 }
 
 void verify_values(PlcConnection& plc, const Assignment& assignment) {
   const PlcAddress& address = assignment.address;
-  const std::string found = text_of_all(address, values_of(address, read_bytes(plc, address)));
+  const ReadResult result = read_variables(plc, {address}).front();
+  if (result.refusal) throw read_failure(address, *result.refusal);
+  const std::string found = text_of_all(address, values_of(address, result.bytes));
   if (found == text_of_all(address, assignment.values)) return;
   throw Failure("verifying " + address.text + ": the PLC holds " + found +
                 " now; its program may write it, too");

@@ -1,6 +1,9 @@
 #include "cli/text/error_words.h"
 
 #include <algorithm>
+#include <variant>
+
+#include "cli/text/bytes_as_text.h"
 
 namespace plexum::cli {
 namespace {
@@ -28,7 +31,7 @@ constexpr KnownError kHeaderErrors[] = {
     {0x82, 0x04, "the object's definition doesn't permit it", kAskRange},
     {0x83, 0x04, "the PLC has no resources left", "close other connections to it"},
     {0x84, 0x04, "error in the service's processing", ""},
-    {0x85, 0x00, "the telegram is longer than the PLC's PDU", "give its PDU size with --pdu"},
+    {0x85, 0x00, "the telegram is longer than the PLC's PDU", "ask for a smaller one with --pdu"},
     {0x85, 0x04, "the PLC found the telegram wrong", kAskTrace},
     {0x87, 0x04, "access error", kAskProtection},
     {0xD2, 0x01, "syntax error in the block's name", ""},
@@ -68,33 +71,72 @@ std::string hexadecimal(std::uint8_t byte) {
   return {kDigits[byte >> 4], kDigits[byte & 15]};
 }
 
-ErrorWords words_of(const KnownError& error) {
+ErrorWords known_words(const KnownError& error) {
   std::string origin = " (";
   origin += error.error_class == 0 ? "return code 0x" : "PLC error 0x";
   if (error.error_class != 0) origin += hexadecimal(error.error_class);
   return {error.meaning + origin + hexadecimal(error.code) + ")", error.advice};
 }
 
-const KnownError* find(std::span<const KnownError> table, std::int32_t err) {
-  const auto found = std::find_if(table.begin(), table.end(),
-                                  [&](const KnownError& error) { return error.err() == err; });
+template <typename Fits>
+const KnownError* find(std::span<const KnownError> table, Fits fits) {
+  const auto found = std::find_if(table.begin(), table.end(), fits);
   return found == table.end() ? nullptr : &*found;
 }
 
-ErrorWords no_answer(JobKind step) {
-  switch (step) {
-    case JobKind::kConnect:
-      return {"the PLC took the TCP connection, but not the connection set-up",
-              "check --rack and --slot (or --tsap-f), and whether other programs hold the PLC's "
-              "connections"};
-    case JobKind::kRead:
-      return {"no complete answer in time: the PLC is silent, or has no such block or address",
-              std::string(kAskTrace) + ", or give it more time with --tzeit"};
+ErrorWords words_of_connecting(const client::NoConnection& failure) {
+  using Reason = client::NoConnection::Reason;
+  using Step = client::NoConnection::Step;
+  if (failure.reason == Reason::kNotConnected) return {"there is no connection", ""};
+  if (failure.step == Step::kTcp) {
+    switch (failure.reason) {
+      case Reason::kTimeOut:
+        return {"no TCP connection in time", "check the address, the network and --port"};
+      default:
+        // Networks don't always tell which.
+        return {"no TCP connection: the host is unknown, out of reach, or refuses it",
+                "check the address, the network and --port"};
+    }
+  }
+  constexpr const char* kCheck =
+      "check --rack and --slot (or --tsap-f), and whether other programs hold the PLC's "
+      "connections";
+  std::string what = failure.step == Step::kTransport ? "the connection request (rack, slot)"
+                                                      : "the communication set-up";
+  switch (failure.reason) {
+    case Reason::kTimeOut:
+      return {"the PLC took the TCP connection, but doesn't answer " + what, kCheck};
+    case Reason::kClosed:
+      return {"the PLC took the TCP connection, but closed it after " + what, kCheck};
     default:
-      return {"no complete answer in time",
-              "give it more time with --tzeit, or " + std::string(kAskTrace)};
+      return {"the PLC took the TCP connection, but refused " + what, kCheck};
   }
 }
+
+struct FailureWords {
+  ErrorWords operator()(const client::NoConnection& failure) const {
+    return words_of_connecting(failure);
+  }
+  ErrorWords operator()(const client::ClosedByPlc& /*failure*/) const {
+    return {"the connection was closed by the PLC or by the network", "try again"};
+  }
+  ErrorWords operator()(const client::NoAnswer& failure) const {
+    return {"no answer for " + std::to_string(failure.milliseconds) + " ms",
+            "give it more time with --timeout, or see what it sends with --trace"};
+  }
+  ErrorWords operator()(const client::Refused& failure) const { return words_of(failure.error); }
+  ErrorWords operator()(const client::ItemRefused& failure) const { return words_of(failure.code); }
+  ErrorWords operator()(const client::SenselessAnswer& failure) const {
+    constexpr std::size_t kShown = 32;
+    std::string words = "the answer makes no sense: " + failure.what;
+    if (!failure.bytes.empty()) {
+      words += " (" + hex_dump(failure.bytes.substr(0, kShown)) +
+               (failure.bytes.size() > kShown ? " ...)" : ")");
+    }
+    return {words, kAskTrace};
+  }
+  ErrorWords operator()(const client::Cancelled& /*failure*/) const { return {"interrupted", ""}; }
+};
 
 }  // namespace
 
@@ -106,21 +148,53 @@ std::span<const KnownError> header_errors() { return kHeaderErrors; }
 
 std::span<const KnownError> return_codes() { return kReturnCodes; }
 
-ErrorWords error_words(JobKind step, std::int32_t err) {
-  if (step == JobKind::kWrite) {
-    if (const KnownError* known = find(kReturnCodes, err)) return words_of(*known);
+ErrorWords words_of(const client::Failure& failure) { return std::visit(FailureWords(), failure); }
+
+ErrorWords words_of(client::ErrorCode error) {
+  const KnownError* const known = find(kHeaderErrors, [&](const KnownError& row) {
+    return row.error_class == error.error_class && row.code == error.code;
+  });
+  if (known != nullptr) return known_words(*known);
+  return {"the PLC refused it (PLC error 0x" + hexadecimal(error.error_class) +
+              hexadecimal(error.code) + ")",
+          kAskTrace};
+}
+
+ErrorWords words_of(client::ReturnCode code) {
+  const auto byte = static_cast<std::uint8_t>(code);
+  const KnownError* const known =
+      find(kReturnCodes, [&](const KnownError& row) { return row.code == byte; });
+  if (known != nullptr) return known_words(*known);
+  return {"the PLC refused it (return code 0x" + hexadecimal(byte) + ")", kAskTrace};
+}
+
+std::string line_of(const std::string& what, const ErrorWords& words) {
+  return what + ": " + words.meaning + (words.advice.empty() ? "" : "; " + words.advice);
+}
+
+ErrorWords err_words(ControlJob job, std::int32_t err) {
+  const auto has_err = [&](const KnownError& row) { return row.err() == err; };
+  if (job == ControlJob::kWrite) {
+    if (const KnownError* known = find(kReturnCodes, has_err)) return known_words(*known);
   }
-  if (err == 1 && step == JobKind::kConnect) {
-    return {"no TCP connection in time", "check the address, the network and --port"};
+  if (err == 1 && job == ControlJob::kConnect) {
+    return {"no TCP connection in time", "check the address, the network and the port"};
   }
   // The control reads the error of a userdata answer from bytes that hold 1 in a refusal without
   // data.
-  if (err == 1) return {"the PLC refuses this function, or doesn't have it", kAskTrace};
-  if (err == 3) return no_answer(step);
+  if (err == 1) return {"the PLC refuses this function, or doesn't have it", ""};
+  if (err == 3 && job == ControlJob::kConnect) {
+    return {"the PLC took the TCP connection, but not the connection set-up",
+            "check the TSAPs, and whether other programs hold the PLC's connections"};
+  }
+  if (err == 3 && job == ControlJob::kRead) {
+    return {"no complete answer in time: the PLC is silent, or has no such block or address",
+            "ask with `plexum read`, which tells these apart, or give it more time (Tzeit)"};
+  }
+  if (err == 3) return {"no complete answer in time", "give it more time (Tzeit)"};
   if (err == 4) return {"the connection is gone", "try again"};
-  if (const KnownError* known = find(kHeaderErrors, err)) return words_of(*known);
-  return {"the PLC refused it (the decimal digits of its error class and error code, joined)",
-          kAskTrace};
+  if (const KnownError* known = find(kHeaderErrors, has_err)) return known_words(*known);
+  return {"the PLC refused it (the decimal digits of its error class and error code, joined)", ""};
 }
 
 }  // namespace plexum::cli

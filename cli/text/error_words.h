@@ -4,18 +4,10 @@
 #include <span>
 #include <string>
 
-namespace plexum::cli {
+#include "client/error.h"
+#include "client/item.h"
 
-// What the control was doing when it set `err`: the same number means different things after
-// different jobs.
-enum class JobKind : std::uint8_t {
-  kConnect,   // ag_ini
-  kRead,      // ag_Read, ag_ReadB
-  kWrite,     // the ag_Write members, whose err is a return code of the PLC
-  kService,   // stop, start, erase, compress, copy RAM to ROM, delete
-  kQuery,     // state lists, block lists, the clock
-  kTransfer,  // uploads and downloads
-};
+namespace plexum::cli {
 
 // What an error means, and what the user can try. Both are parts of a sentence, without a full
 // stop.
@@ -24,9 +16,28 @@ struct ErrorWords {
   std::string advice;  // may be empty
 };
 
-// The words for a value of `err` other than 0. For an unknown number they say how it is made: from
-// the decimal digits of an error class and an error code.
-ErrorWords error_words(JobKind step, std::int32_t err);
+// The words for a failure of the client, for the error of a job that a PLC refused as a whole, and
+// for the return code of an item that it refused.
+ErrorWords words_of(const client::Failure& failure);
+ErrorWords words_of(client::ErrorCode error);
+ErrorWords words_of(client::ReturnCode code);
+
+// "reading DB7.DBW0: no such block or area (return code 0x0A); see the blocks with ...".
+std::string line_of(const std::string& what, const ErrorWords& words);
+
+// What the control was doing when it set `err`: the same number means different things after
+// different jobs.
+enum class ControlJob : std::uint8_t {
+  kConnect,  // ag_ini
+  kRead,     // ag_Read, ag_ReadB
+  kWrite,    // the ag_Write members, whose err is a return code of the PLC
+  kQuery,    // state lists and erase
+  kOther,
+};
+
+// The words for a value that the control's `err` has, other than 0. For an unknown number they say
+// how it is made: from the decimal digits of an error class and an error code.
+ErrorWords err_words(ControlJob job, std::int32_t err);
 
 // An error of a PLC's answer header, and a return code of a written item, with their words.
 struct KnownError {

@@ -5,6 +5,7 @@
 
 #include "cli/text/error_words.h"
 #include "cli/watching/watched_tcp_client.h"
+#include "client/wire/bytes.h"
 #include "client/wire/describe.h"
 
 namespace plexum::cli {
@@ -24,6 +25,22 @@ const char* words_of_return_code(wire::ReturnCode code) {
   return nullptr;
 }
 
+// How many of the bytes are whole telegrams, or all where they don't begin like one.
+std::size_t whole_telegrams(const std::string& bytes) {
+  constexpr std::size_t kHeader = 4;
+  std::size_t whole = 0;
+  while (bytes.size() - whole >= kHeader) {
+    wire::Reader in(std::string_view(bytes).substr(whole));
+    const bool known = in.u8() == 3;
+    in.u8();
+    const std::size_t length = in.u16();
+    if (!known || length < kHeader) return bytes.size();
+    if (length > bytes.size() - whole) break;
+    whole += length;
+  }
+  return whole;
+}
+
 }  // namespace
 
 std::string annotated(const std::string& bytes) {
@@ -39,7 +56,13 @@ void trace_telegrams(WatchedTcpClient& client) {
                  bytes.size() == 1 ? "byte" : "bytes", time.count(), annotated(bytes).c_str());
   };
   client.on_sent = [show](const std::string& bytes) { show("> sent", bytes); };
-  client.on_taken = [show](const std::string& bytes) { show("< received", bytes); };
+  // Bytes arrive in any pieces; the beginning of a telegram waits for its end.
+  client.on_taken = [show, waiting = std::string()](const std::string& bytes) mutable {
+    waiting += bytes;
+    const std::size_t whole = whole_telegrams(waiting);
+    show("< received", waiting.substr(0, whole));
+    waiting.erase(0, whole);
+  };
 }
 
 }  // namespace plexum::cli

@@ -2,21 +2,26 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "cli/text/failure.h"
 
 namespace plexum::cli {
 namespace {
 
-// area block start size type, and where they aren't usual bit, count and room.
+// area block start count type, and where they aren't usual bit, elements and room.
 std::string parsed(const std::string& text) {
   const PlcAddress a = parse_address(text);
-  std::string found = a.range.area + " " + std::to_string(a.range.block) + " " +
-                      std::to_string(a.range.start) + " " + std::to_string(a.range.size) + " " +
-                      name_of(a.type);
+  char area[8];
+  std::snprintf(area, sizeof area, "%02X", static_cast<unsigned>(a.item.area));
+  std::string found = area;
+  found += " " + std::to_string(a.item.block) + " " + std::to_string(a.item.start) + " " +
+           std::to_string(a.item.count) + " " + name_of(a.type);
   if (a.type == PlcType::kBool) found += " bit " + std::to_string(a.bit);
   if (a.array) found += " x" + std::to_string(a.count);
   if (a.max_length > 0) found += " room " + std::to_string(a.max_length);
   if (a.output) found += " output";
+  EXPECT_TRUE(a.item.is_valid()) << text;
   return found + (a.readable ? "" : " unreadable") + (a.writable ? "" : " unwritable");
 }
 
@@ -25,38 +30,39 @@ TEST(PlcAddress, IsWrittenInBothDialects) {
     const char *text, *expected;
   };
   const Case cases[] = {
-      {"DB10.DBW4", "D 10 4 2 WORD"},
-      {"%db10.dbd8:real", "D 10 8 4 REAL"},
-      {"DB10.DBX0.3", "D 10 0 1 BOOL bit 3"},
-      {"DB1.DBX0.4[10]", "D 1 0 2 BOOL bit 4 x10"},
-      {"DI10.DIW4:INT", "DI 10 4 2 INT"},
-      {"DB1.DBB0[100]", "D 1 0 100 BYTE x100"},
-      {"MW20[8]:INT", "M 0 20 16 INT x8"},
-      {"MW20:INT[8]", "M 0 20 16 INT x8"},
-      {"MB7[1]", "M 0 7 1 BYTE x1"},
-      {"DB1.DBB40[5]:CHAR", "D 1 40 5 CHAR x5"},
-      {"DB1.DBB38:STRING", "D 1 38 2 STRING"},
-      {"DB1.DBB38:STRING[24]", "D 1 38 26 STRING room 24"},
-      {"DB1.DBB38[3]:STRING[24]", "D 1 38 78 STRING x3 room 24"},
-      {"M5.1", "M 0 5 1 BOOL bit 1"},
-      {"MD8:DINT", "M 0 8 4 DINT"},
-      {"I0.1", "E 0 0 1 BOOL bit 1"},
-      {"EB0", "E 0 0 1 BYTE"},
-      {"ID4", "E 0 4 4 DWORD"},
-      {"ED4", "E 0 4 4 DWORD"},
-      {"QW2", "A 0 2 2 WORD output"},
-      {"A0.7", "A 0 0 1 BOOL bit 7 output"},
-      {"LD0", "LD 0 0 4 DWORD"},
-      {"PIW256", "P 0 256 2 WORD unwritable"},
-      {"PEW256", "P 0 256 2 WORD unwritable"},
-      {"PQB0", "P 0 0 1 BYTE output unreadable"},
-      {"PAD4", "P 0 4 4 DWORD output unreadable"},
-      {"T5", "T 0 10 2 S5TIME unwritable"},
-      {"C3", "Z 0 6 2 COUNTER unwritable"},
-      {"Z3[2]", "Z 0 6 4 COUNTER x2 unwritable"},
-      {"T2047", "T 0 4094 2 S5TIME unwritable"},
-      {"DB65535.DBB8192", "D 65535 8192 1 BYTE"},
-      {"DB1.DBB4095", "D 1 4095 1 BYTE"},
+      {"DB10.DBW4", "84 10 4 2 WORD"},
+      {"%db10.dbd8:real", "84 10 8 4 REAL"},
+      {"DB10.DBX0.3", "84 10 0 1 BOOL bit 3"},
+      {"DB1.DBX0.4[10]", "84 1 0 2 BOOL bit 4 x10"},
+      {"DI10.DIW4:INT", "85 10 4 2 INT"},
+      {"DB1.DBB0[100]", "84 1 0 100 BYTE x100"},
+      {"MW20[8]:INT", "83 0 20 16 INT x8"},
+      {"MW20:INT[8]", "83 0 20 16 INT x8"},
+      {"MB7[1]", "83 0 7 1 BYTE x1"},
+      {"DB1.DBB40[5]:CHAR", "84 1 40 5 CHAR x5"},
+      {"DB1.DBB38:STRING", "84 1 38 2 STRING"},
+      {"DB1.DBB38:STRING[24]", "84 1 38 26 STRING room 24"},
+      {"DB1.DBB38[3]:STRING[24]", "84 1 38 78 STRING x3 room 24"},
+      {"M5.1", "83 0 5 1 BOOL bit 1"},
+      {"MD8:DINT", "83 0 8 4 DINT"},
+      {"I0.1", "81 0 0 1 BOOL bit 1"},
+      {"EB0", "81 0 0 1 BYTE"},
+      {"ID4", "81 0 4 4 DWORD"},
+      {"ED4", "81 0 4 4 DWORD"},
+      {"QW2", "82 0 2 2 WORD output"},
+      {"A0.7", "82 0 0 1 BOOL bit 7 output"},
+      {"LD0", "86 0 0 4 DWORD"},
+      {"PIW256", "80 0 256 1 WORD unwritable"},
+      {"PEW256", "80 0 256 1 WORD unwritable"},
+      {"PQB0", "80 0 0 1 BYTE output unreadable"},
+      {"PAD4", "80 0 4 1 DWORD output unreadable"},
+      {"T5", "1D 0 5 1 S5TIME unwritable"},
+      {"C3", "1C 0 3 1 COUNTER unwritable"},
+      {"Z3[2]", "1C 0 3 2 COUNTER x2 unwritable"},
+      {"T2047", "1D 0 2047 1 S5TIME unwritable"},
+      {"DB65535.DBB8192", "84 65535 8192 1 BYTE"},
+      {"DB1.DBB4096", "84 1 4096 1 BYTE"},
+      {"DB1.DBD65532", "84 1 65532 4 DWORD"},
   };
   for (const Case& c : cases) EXPECT_EQ(parsed(c.text), c.expected) << c.text;
 }
@@ -93,8 +99,7 @@ TEST(PlcAddress, WhatIsNoneGetsARightExample) {
       {"T2047[2]", "out of range"},
       {"MB0:STRING[255]", "1 to 254"},
       {"MB0[2]:STRING", "STRING[24]"},
-      {"DB1.DBB4096", "can't address byte 4096"},
-      {"DB1.DBB8191", "can't address byte 8191"},
+      {"DB1.DBD65533", "out of range"},
   };
   for (const Case& c : cases) {
     try {
