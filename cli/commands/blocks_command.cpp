@@ -74,6 +74,7 @@ void delete_one(const BlocksOptions& options) {
 void backup(const BlocksOptions& options) {
   PlcConnection plc(options.connection);
   const InterruptScope interrupt;
+  plc.cancel_when([&] { return interrupt.interrupted(); });
   const std::vector<std::string> doubts =
       make_backup(plc, path_from_utf8(options.path), [&] { return interrupt.interrupted(); });
   if (doubts.empty()) {
@@ -93,6 +94,7 @@ void restore(const BlocksOptions& options) {
                  kind + " to " + plc.plc_name(),
              options.yes);
   const InterruptScope interrupt;
+  plc.cancel_when([&] { return interrupt.interrupted(); });
   std::size_t done = 0;
   const std::string total = std::to_string(backup.blocks.size());
   try {

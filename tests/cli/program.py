@@ -84,7 +84,7 @@ class Simulator(Started):
 
     def within(self, milliseconds):
         """The options that lead to it, with a limit of that for each wait."""
-        return ["--ip", "127.0.0.1", "--port", self.port, "--tzeit", milliseconds]
+        return ["--ip", "127.0.0.1", "--port", self.port, "--timeout", milliseconds + "ms"]
 
 
 class Host(Started):

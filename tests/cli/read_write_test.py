@@ -25,11 +25,13 @@ def test_read_in_every_form():
 
 
 def test_an_array_longer_than_the_pdu():
-    with Simulator("--pdu", "64") as simulator:
-        numbers = [str(number) for number in range(-100, 100)]
-        for command, extra in (("write", [",".join(numbers)]), ("read", [])):
-            equal(succeeds(command, *simulator.here, "--pdu", "64", "DB2.DBW0[200]:INT", *extra),
-                  f"DB2.DBW0[200]:INT  {' '.join(numbers)}\n")
+    for pdu in ("64", "240", "480", "960"):
+        with Simulator("--pdu", pdu, "--db", "2:65534") as simulator:
+            numbers = [str(number) for number in range(-500, 500)]
+            for place in ("DB2.DBW3000[1000]:INT", "DB2.DBW63534[1000]:INT"):
+                for command, extra in (("write", [",".join(numbers)]), ("read", [])):
+                    equal(succeeds(command, *simulator.here, place, *extra),
+                          f"{place}  {' '.join(numbers)}\n")
 
 
 def test_what_is_written_is_read():
@@ -55,14 +57,14 @@ def test_what_is_written_is_read():
 def test_what_can_not_be_done_writes_nothing():
     for arguments, code, *parts in (  # parts of what is said
             (("read", "MW"), 2, "DB10.DBW4"), (("read", "PQB0"), 2, "only be written"),
-            (("read", "DB1.DBB4000[300]"), 2, "can't address byte 4222"),
+            (("read", "DB1.DBB65500[37]"), 2, "out of range"),
             (("read", "--json", "--hex", "MW0"), 2, "excludes"),
             (("write", "--yess", "MW0", "1"), 2, "no address"), (("write",), 2, "MW20 5"),
             (("write", "MW0"), 2, "value is missing"), (("write", "MW0", "70000"), 2, "0 to 65535"),
             (("write", "MW0", "1", "2"), 2, '"2" is no address'),
             (("write", "MW0[3]", "1", "2"), 2, "needs 3 values, not 2"),
             (("write", "MW0[3]", "[1,2"), 2, "JSON"),
-            (("write", "T5", "1"), 2, "only read timers"), (("write", "PIW0", "1"), 2, "PQ"),
+            (("write", "T5", "1"), 2, "can only be read"), (("write", "PIW0", "1"), 2, "PQ"),
             (("write", "--yes", "--verify", "PQW0", "1"), 2, "only be written"),
             (("write", "M0.0", "1", "AW2", "1"), 3, "AW2", "--yes"),
             (("write", "DB1.DBB38:STRING", "x" * 25), 2, "STRING[24]")):
@@ -82,15 +84,14 @@ def test_outputs_ask_on_a_terminal():
 
 
 def test_a_failing_address_hides_no_other():
-    with Simulator("--fault", "close@2") as simulator:
-        code, out, error = run("read", *simulator.here, "--json", "DB1.DBW16", "MW0", "DB99.DBW0",
-                               "C3")
+    code, out, error = run("read", "--sim", "--json", "DB1.DBW16", "DB1.DBW2000", "DB99.DBW0", "C3")
     equal(code, 1)
     found = json.loads(out)
     equal([item.get("value") for item in found], [4660, None, None, 33])
     lines = error.splitlines()
     equal(lines, ["plexum: " + found[1]["error"], "plexum: " + found[2]["error"],
                   "plexum: 2 of 4 addresses could not be read"])
+    has(lines[0], "address out of range")
     has(lines[1], "no such block")
 
 
@@ -98,10 +99,12 @@ def test_a_plc_that_refuses_or_is_gone():
     with Simulator("--protected") as simulator:
         fails(1, ("write", *simulator.here, "MW0", "1", "MW2", "2"),
               "writing MW0: access denied", "PUT/GET", "the 1 behind it: not written")
-    with Simulator("--fault", "then-close@1", "--fault", "accept:close@2-") as simulator:
-        code, out, error = run("read", *simulator.here, "--json", "MW0", "MW2", "MW4")
-        equal((code, len(json.loads(out))), (1, 2))
-        has(error, "plexum: connecting to 127.0.0.1")
+    with Simulator("--fault", "close@1") as simulator:
+        fails(1, ("read", *simulator.here, "--json", "MW0", "MW2"), "reading 2 variables",
+              "connection was closed")
+    with Simulator("--db", "2:1024", "--fault", "close@2") as simulator:
+        fails(1, ("write", *simulator.here, "DB2.DBB0[1000]", ",".join(["7"] * 1000)),
+              "connection was closed", "; written: bytes 0 to ", " of 1000")
     fails(1, ("read", *simulator.here, "MW0", "MW2"), "connecting to 127.0.0.1")
 
 

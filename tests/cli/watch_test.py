@@ -37,6 +37,17 @@ def test_a_line_a_change_and_a_row_a_poll():
         equal(len(changes) > 1, address == "MW108")
 
 
+def test_a_bad_variable_spoils_no_other():
+    with tempfile.TemporaryDirectory() as folder:
+        table = folder + "/values.csv"
+        code, out, _ = run("watch", "--sim", "DB99.DBW0", "DB1.DBW16", "--count", "3", "--interval",
+                           "10", "--csv", table)
+        rows = pathlib.Path(table).read_text(encoding="utf-8").splitlines()
+    equal((code, out.count("\n"), len(rows)), (0, 2, 4))
+    has(out, "DB99.DBW0 ! no such block or area", "DB1.DBW16 4660")
+    equal({row.split(",", 1)[1] for row in rows[1:]}, {",4660"})
+
+
 def test_an_outage_is_told_and_overcome():
     with Simulator("--program") as simulator:
         with Started("watch", *simulator.within("200"), "MW100", "--interval", "20") as watching:
@@ -44,7 +55,7 @@ def test_an_outage_is_told_and_overcome():
             simulator.process.send_signal(signal.SIGTERM)
             equal(simulator.end()[0], 0)
             told = next(line for line in watching.process.stderr if "outage: " in line)
-            assert re.match(TIME + " outage: reading MW100: .*err [34]", told), told
+            assert re.match(TIME + " outage: (reading MW100|connecting to [0-9.:]+): ", told), told
             with Started("sim", "--port", simulator.port, "--program") as again:
                 has(again.line(), simulator.port)
                 next(line for line in watching.process.stderr if " connected again after " in line)
@@ -59,14 +70,13 @@ def test_a_run_that_ends_in_an_outage_has_failed():
         code, out, error = run("watch", *simulator.within("100"), "MB0", "--count", "3",
                                "--interval", "1")
     equal((code, out.count("\n")), (1, 1))
-    statistics = re.search(STATISTICS + r"plexum: .*err \d", error)
+    statistics = re.search(STATISTICS + r"plexum: .*closed", error)
     equal(statistics and statistics.groups(), ("3", "1"))
 
 
 def test_what_cannot_be_watched():
     for arguments, code, part in (
-            (["MB0", "--ip", "127.0.0.1", "--port", "1", "--tzeit", "50"], 1, "err 1"),
-            (["DB99.DBW0", "--sim", "--tzeit", "50"], 1, "no such block or address"),
+            (["MB0", "--ip", "127.0.0.1", "--port", "1"], 1, "no TCP connection"),
             (["PQB0", "--sim"], 2, "PQB0"),
             (["MB0", "--sim", "--csv", "/missing/values.csv"], 1, "No such file"),
             (["MB0", "--sim", "--interval", "0"], 2, "--interval")):
