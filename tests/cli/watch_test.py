@@ -163,6 +163,11 @@ def test_trace_is_on_standard_error():
     equal((code, out.count("\n")), (0, 1))
     has(error, "> sent 22 bytes", "connection request", "< received 27 bytes",
         "item 1: P#M 0.0 BYTE 2", "  0000  03 00 00 1F")
+    # A telegram that arrives in pieces is shown as one.
+    with Simulator("--fault", "pieces=10:20@1") as simulator:
+        error = run("ping", *simulator.here, "--count", "1", "--trace")[2]
+    has(error, "item 1: success, BYTE/WORD/DWORD, 16 bits: 00 00")
+    assert "missing" not in error, error
 
 
 # The others need a terminal, signals, or gnuplot.
