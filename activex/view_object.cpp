@@ -4,6 +4,7 @@
 
 #include "activex/enumeration.h"
 #include "activex/hosting.h"
+#include "activex/metafile.h"
 
 namespace plexum::activex {
 namespace {
@@ -15,14 +16,19 @@ HRESULT check_aspect(DWORD aspect, LONG index) {
   return index == kWhole ? S_OK : DV_E_LINDEX;
 }
 
-// Draws in the units of the device itself, whose fonts are then sharp, wherever the container's
-// mapping mode and origins put the bounds. A metafile has no device, so its own units it is.
+// Draws in the device's own units, so that the fonts are sharp, wherever the container's mapping
+// mode, origins and world transform put the bounds. Metafiles have no device, and a rotated face is
+// no rectangle there: both are drawn in the container's units.
 void draw_face(HDC dc, RECT bounds, const FaceState& state) {
   const bool is_metafile =
       GetDeviceCaps(dc, TECHNOLOGY) == DT_METAFILE || GetObjectType(dc) == OBJ_ENHMETADC;
+  XFORM world{};
+  const bool is_rotated = GetGraphicsMode(dc) == GM_ADVANCED && GetWorldTransform(dc, &world) &&
+                          (world.eM12 != 0 || world.eM21 != 0);
   const int saved = SaveDC(dc);
-  if (!is_metafile) {
+  if (!is_metafile && !is_rotated) {
     LPtoDP(dc, reinterpret_cast<POINT*>(&bounds), 2);
+    ModifyWorldTransform(dc, nullptr, MWT_IDENTITY);  // fails where there is none
     SetMapMode(dc, MM_TEXT);
     SetWindowOrgEx(dc, 0, 0, nullptr);
     SetViewportOrgEx(dc, 0, 0, nullptr);
@@ -31,42 +37,6 @@ void draw_face(HDC dc, RECT bounds, const FaceState& state) {
   if (bounds.bottom < bounds.top) std::swap(bounds.top, bounds.bottom);
   Face(bounds).draw(dc, state);
   RestoreDC(dc, saved);
-}
-
-// The picture in the face's natural size, which whoever plays it stretches.
-constexpr RECT kPicture{0, 0, Face::kNaturalWidth * 4, Face::kNaturalHeight * 4};
-
-HENHMETAFILE make_enhanced_metafile(const SIZEL& size, const FaceState& state) {
-  const RECT frame{0, 0, size.cx, size.cy};
-  HDC dc = CreateEnhMetaFileW(nullptr, nullptr, &frame, nullptr);
-  if (dc == nullptr) throw ComError(E_OUTOFMEMORY);
-  const HDC screen = GetDC(nullptr);
-  const RECT pixels{0, 0, MulDiv(size.cx, GetDeviceCaps(screen, LOGPIXELSX), 2540),
-                    MulDiv(size.cy, GetDeviceCaps(screen, LOGPIXELSY), 2540)};
-  ReleaseDC(nullptr, screen);
-  Face(pixels).draw(dc, state);
-  HENHMETAFILE metafile = CloseEnhMetaFile(dc);
-  if (metafile == nullptr) throw ComError(E_OUTOFMEMORY);
-  return metafile;
-}
-
-HGLOBAL make_metafile_picture(const SIZEL& size, const FaceState& state) {
-  HDC dc = CreateMetaFileW(nullptr);
-  if (dc == nullptr) throw ComError(E_OUTOFMEMORY);
-  SetMapMode(dc, MM_ANISOTROPIC);
-  SetWindowOrgEx(dc, 0, 0, nullptr);
-  SetWindowExtEx(dc, kPicture.right, kPicture.bottom, nullptr);
-  Face(kPicture).draw(dc, state);
-  HMETAFILE metafile = CloseMetaFile(dc);
-  HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE | GMEM_SHARE, sizeof(METAFILEPICT));
-  if (metafile == nullptr || memory == nullptr) {
-    if (metafile != nullptr) DeleteMetaFile(metafile);
-    if (memory != nullptr) GlobalFree(memory);
-    throw ComError(E_OUTOFMEMORY);
-  }
-  *static_cast<METAFILEPICT*>(GlobalLock(memory)) = {MM_ANISOTROPIC, size.cx, size.cy, metafile};
-  GlobalUnlock(memory);
-  return memory;
 }
 
 FORMATETC picture_format(CLIPFORMAT format, DWORD medium) {
