@@ -24,7 +24,7 @@ class OwnedVariant {
   }
 
  private:
-  VARIANT variant_;
+  VARIANT variant_{};  // all bits 0: what fails before it fills the value leaves nothing to free
 };
 
 // A property's text result, where a plain BSTR result is a byte string.

@@ -1,5 +1,6 @@
 #include "activex/com_error.h"
 
+#include <cstdint>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -13,8 +14,14 @@
 namespace plexum::activex {
 namespace {
 
-// Where the errors that VB hosts know by number begin.
-constexpr unsigned long kControlFailure = 0x800A0000UL;
+// What hosts get for the number of a run-time error. Those that VB knows, up to 65535, are HRESULTs
+// of the control facility; a TCP component may have failed with any other HRESULT, which passes as
+// it is.
+HRESULT result_of(std::int32_t number) {
+  constexpr auto kControlFailure = static_cast<HRESULT>(0x800A0000UL);
+  if (number < 0) return number;
+  return number <= 0xFFFF ? kControlFailure | number : E_FAIL;
+}
 
 void describe(const RuntimeError& error) {
   ComPtr<ICreateErrorInfo> creation;
@@ -35,11 +42,7 @@ HRESULT report(const RuntimeError& error) noexcept {
   } catch (...) {
     // The number says enough.
   }
-  // A TCP client component may fail with an HRESULT of its own; its lower half would be read as
-  // another error's number.
-  if (error.number() < 0) return error.number();
-  return static_cast<HRESULT>(kControlFailure |
-                              (static_cast<unsigned long>(error.number()) & 0xFFFFUL));
+  return result_of(error.number());
 }
 
 }  // namespace

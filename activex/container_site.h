@@ -1,15 +1,20 @@
 #pragma once
 
-#include "activex/automation_value.h"
+#include <map>
+
 #include "activex/com_headers.h"
 
 namespace plexum::activex {
 
 // The container's site for the control, and what the container says of itself by its ambient
-// properties. Without a site, or where it says nothing, the usual holds.
+// properties. Without a site, and where the container has no answer, the usual holds.
+//
+// Each ambient property is asked for when it is first needed, and again after the container has
+// said that it changed: containers built on .NET raise and catch an exception for each one that
+// they don't have.
 class ContainerSite {
  public:
-  void set(IOleClientSite* site) { site_ = site; }
+  void set(IOleClientSite* site);
   [[nodiscard]] IOleClientSite* get() const noexcept { return site_.Get(); }
 
   // Another interface of the site; null where it has none.
@@ -19,6 +24,9 @@ class ContainerSite {
     if (site_) site_.As(&result);
     return result;
   }
+
+  // The container says that an ambient property changed; DISPID_UNKNOWN: any of them.
+  void ambient_changed(DISPID property);
 
   // Whether the form runs, rather than being designed.
   [[nodiscard]] bool user_mode() const;
@@ -33,9 +41,12 @@ class ContainerSite {
   [[nodiscard]] HWND window() const;
 
  private:
-  [[nodiscard]] long ambient(DISPID id, VARTYPE type, long otherwise) const;
+  // An ambient property of that type; `otherwise` where the container has no answer.
+  [[nodiscard]] ULONG ambient(DISPID property, VARTYPE type, ULONG otherwise) const;
+  [[nodiscard]] ULONG ask(DISPID property, VARTYPE type, ULONG otherwise) const;
 
   ComPtr<IOleClientSite> site_;
+  mutable std::map<DISPID, ULONG> ambients_;  // those that were asked for
 };
 
 }  // namespace plexum::activex

@@ -28,11 +28,10 @@ windows::WindowClass& FaceWindow::shared_class() {
 
 FaceWindow::FaceWindow(HWND parent, const RECT& position, Owner& owner)
     : class_(shared_class()), owner_(owner) {
-  window_ =
-      CreateWindowExW(WS_EX_CONTROLPARENT, shared_class().name(), L"Plexum PLC link",
-                      WS_CHILD | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, position.left, position.top,
-                      position.right - position.left, position.bottom - position.top, parent,
-                      nullptr, windows::this_module(), this);
+  window_ = CreateWindowExW(
+      0, shared_class().name(), L"Plexum PLC link", WS_CHILD | WS_CLIPCHILDREN | WS_CLIPSIBLINGS,
+      position.left, position.top, position.right - position.left, position.bottom - position.top,
+      parent, nullptr, windows::this_module(), this);
   if (window_ == nullptr) throw ComError(HRESULT_FROM_WIN32(GetLastError()));
   make_labels(window_);
   lay_out(window_);
@@ -149,8 +148,13 @@ LRESULT FaceWindow::handle_message(HWND window, UINT message, WPARAM wparam, LPA
     }
     case WM_LBUTTONDOWN:
     case WM_RBUTTONDOWN:
+      owner_.clicked();
+      return 0;
     case WM_SETFOCUS:
-      owner_.activated();
+      owner_.focus_changed(true);
+      return 0;
+    case WM_KILLFOCUS:
+      owner_.focus_changed(false);
       return 0;
     case WM_SETCURSOR:
       SetCursor(LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));  // the arrow

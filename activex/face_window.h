@@ -15,8 +15,9 @@ class FaceWindow {
     [[nodiscard]] virtual FaceState face_state() = 0;
     // Timer1 has fired.
     virtual void tick() noexcept = 0;
-    // The user has clicked on the face, or moved the focus to it.
-    virtual void activated() noexcept = 0;
+    // The user has clicked on the face.
+    virtual void clicked() noexcept = 0;
+    virtual void focus_changed(bool has_focus) noexcept = 0;
 
    protected:
     ~Owner() = default;

@@ -66,7 +66,6 @@ void Hosting::set_extent(const SIZEL& extent) {
   if (extent.cx < 0 || extent.cy < 0) throw ComError(E_INVALIDARG);
   if (extent.cx == extent_.cx && extent.cy == extent_.cy) return;
   extent_ = extent;
-  persistence_.mark_dirty();
   view_.changed();
 }
 

@@ -33,7 +33,10 @@ class Hosting {
   // Null ends everything that the old site was part of.
   void set_site(IOleClientSite* site);
 
-  // The size that the container gives the control, in 0.01 mm.
+  void ambient_changed(DISPID property) { site_.ambient_changed(property); }
+
+  // The size that the container gives the control, in 0.01 mm. A new one isn't a change that has to
+  // be saved: containers round it, and would ask to save at every close.
   [[nodiscard]] const SIZEL& extent() const noexcept { return extent_; }
   void set_extent(const SIZEL& extent);
 

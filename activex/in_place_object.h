@@ -45,23 +45,40 @@ class InPlaceObject final : public HostingPart<IOleInPlaceObject, IOleInPlaceAct
   // Something that the container says of itself has changed.
   void ambient_changed();
 
+  // Tells the container's frame that a modal box comes or goes.
+  void enable_modeless(bool enabled) noexcept;
+
+  // Gives the state label the core's present caption. Only the window's text changes at once; the
+  // container hears of it at the next tick, because this runs in the middle of a job.
+  void refresh_state_label();
+  [[nodiscard]] bool is_state_label_old() const noexcept {
+    return window_ && state_caption_ != object_.core().StateLabel();
+  }
+
  private:
   void open_window();
+  void tell_focus(bool has_focus);
+  void show_present_state();
   void activate_ui();
+  void activate_ui_by_user();
   void deactivate_ui();
 
   // FaceWindow::Owner
   [[nodiscard]] FaceState face_state() override { return shown_; }
   void tick() noexcept override;
-  void activated() noexcept override;
+  void clicked() noexcept override;
+  void focus_changed(bool has_focus) noexcept override;
 
   // While the window exists.
   std::unique_ptr<FaceWindow> window_;
-  FaceState shown_;  // what the window shows
+  FaceState shown_;            // what the window shows
+  std::string state_caption_;  // shown_.state, as the core has it
+  bool is_untold_ = false;     // the window shows what the container hasn't been told of
   ComPtr<IOleInPlaceSite> site_;
   ComPtr<IOleInPlaceFrame> frame_;
   ComPtr<IOleInPlaceUIWindow> document_;  // null where the frame is the document's window
   bool is_ui_active_ = false;
+  bool has_focus_ = false;
 };
 
 }  // namespace plexum::activex

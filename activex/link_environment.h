@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "activex/com_headers.h"
@@ -19,6 +20,11 @@ class LinkEnvironment final : public windows::WindowsHostEnvironment {
     virtual void notify_change(const std::string& property) = 0;
     // The window that message boxes belong to; null where there is none.
     virtual HWND window() = 0;
+    // A modal box is about to be shown (false), or was closed (true): the container disables and
+    // enables its modeless windows.
+    virtual void enable_modeless(bool enabled) noexcept = 0;
+    // A wait begins: the state label may have a new caption.
+    virtual void refresh_state_label() = 0;
 
    protected:
     ~Owner() = default;
@@ -29,6 +35,7 @@ class LinkEnvironment final : public windows::WindowsHostEnvironment {
 
   [[nodiscard]] FloatingPointBoundary& floating_point() noexcept { return floating_point_; }
 
+  void wait_for_input(std::uint32_t milliseconds) override;
   void process_messages() override;
   void show_message_box(const std::string& text) override;
   void property_changed(const std::string& name) override;

@@ -133,4 +133,14 @@ void LinkObject::notify_change(const std::string& property) { hosting_->notify_c
 
 HWND LinkObject::window() { return hosting_->window(); }
 
+void LinkObject::enable_modeless(bool enabled) noexcept {
+  hosting_->in_place().enable_modeless(enabled);
+}
+
+void LinkObject::refresh_state_label() {
+  if (!hosting_->in_place().is_state_label_old()) return;
+  const FloatingPointBoundary::Host host(environment_.floating_point());
+  hosting_->in_place().refresh_state_label();
+}
+
 }  // namespace plexum::activex

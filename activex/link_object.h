@@ -97,7 +97,9 @@ class LinkObject final : public _PlexumLink,
   HRESULT run_member(Body&& body) noexcept {
     const MemberCall call(*this);
     SetErrorInfo(0, nullptr);
-    return guarded(body);
+    const HRESULT result = guarded(body);
+    guarded([&] { refresh_state_label(); });
+    return result;
   }
 
   // Runs a member of the core: member_call.h says how it gets its arguments, automation_value.h how
@@ -116,6 +118,8 @@ class LinkObject final : public _PlexumLink,
   // LinkEnvironment::Owner
   void notify_change(const std::string& property) override;
   HWND window() override;
+  void enable_modeless(bool enabled) noexcept override;
+  void refresh_state_label() override;
 
   const ModuleLock module_lock_;
   std::atomic<ULONG> references_{1};

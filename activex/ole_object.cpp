@@ -1,5 +1,9 @@
 #include "activex/ole_object.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
 #include "activex/enumeration.h"
 #include "activex/hosting.h"
 #include "activex/identity.h"
@@ -33,13 +37,13 @@ HRESULT OleObject::GetClientSite(IOleClientSite** site) {
 HRESULT OleObject::Close(DWORD option) {
   return run_hosting([&] {
     const ComPtr<IOleClientSite> site(hosting_.site().get());
+    const ComPtr<IOleAdviseHolder> sinks = sinks_;  // a sink may close the control again
     if (option != OLECLOSE_NOSAVE && site && hosting_.persistence().is_dirty()) {
       check(site->SaveObject());
-      if (sinks_) sinks_->SendOnSave();
+      if (sinks) sinks->SendOnSave();
     }
     hosting_.in_place().deactivate();
     object_.close_connection();
-    const ComPtr<IOleAdviseHolder> sinks = sinks_;
     if (sinks) sinks->SendOnClose();
     hosting_.view().release();
     sinks_.Reset();
@@ -154,36 +158,41 @@ HRESULT OleObject::GetControlInfo(CONTROLINFO* information) {
   return S_OK;
 }
 
-HRESULT OleObject::OnAmbientPropertyChange(DISPID) {
+HRESULT OleObject::OnAmbientPropertyChange(DISPID property) {
   return run_hosting([&] {
+    hosting_.ambient_changed(property);
     hosting_.in_place().ambient_changed();
     hosting_.view().changed();
   });
 }
 
+// Only what the callers' sizes cover is read and written: the older form of QACONTAINER, which VB6
+// and .NET's AxHost pass, ends at pBindHost, and later forms may be longer.
 HRESULT OleObject::QuickActivate(QACONTAINER* offered, QACONTROL* control) {
   return run_hosting([&] {
-    if (needed(offered)->cbSize < sizeof(QACONTAINER) ||
-        needed(control)->cbSize < sizeof(QACONTROL)) {
+    if (needed(offered)->cbSize < offsetof(QACONTAINER, dwAmbientFlags) ||
+        needed(control)->cbSize < offsetof(QACONTROL, dwMiscStatus)) {
       throw ComError(E_INVALIDARG);
     }
-    const ULONG size = control->cbSize;
-    *control = {};
-    control->cbSize = size;
+    const auto has_room_for = [control](std::size_t offset) {
+      return control->cbSize >= offset + sizeof(DWORD);
+    };
+    QACONTROL filled{control->cbSize, kMiscStatus, VIEWSTATUS_OPAQUE, 0, 0, 0};
     hosting_.set_site(offered->pClientSite);
     if (offered->pAdviseSink != nullptr) {
       check(hosting_.view().SetAdvise(DVASPECT_CONTENT, 0, offered->pAdviseSink));
     }
-    if (offered->pPropertyNotifySink != nullptr) {
+    // No connection without a place for its cookie: its client couldn't end it.
+    if (offered->pPropertyNotifySink != nullptr &&
+        has_room_for(offsetof(QACONTROL, dwPropNotifyCookie))) {
       check(hosting_.connection_points().property_changes().Advise(offered->pPropertyNotifySink,
-                                                                   &control->dwPropNotifyCookie));
+                                                                   &filled.dwPropNotifyCookie));
     }
-    if (offered->pUnkEventSink != nullptr) {
+    if (offered->pUnkEventSink != nullptr && has_room_for(offsetof(QACONTROL, dwEventCookie))) {
       // There are no events, so a client that can't take them misses none.
-      hosting_.connection_points().events().Advise(offered->pUnkEventSink, &control->dwEventCookie);
+      hosting_.connection_points().events().Advise(offered->pUnkEventSink, &filled.dwEventCookie);
     }
-    control->dwMiscStatus = kMiscStatus;
-    control->dwViewStatus = VIEWSTATUS_OPAQUE;
+    std::memcpy(control, &filled, std::min<std::size_t>(control->cbSize, sizeof filled));
   });
 }
 
@@ -207,9 +216,12 @@ void OleObject::show_properties(HWND parent, LPCRECT position) {
   IUnknown* object = static_cast<IOleObject*>(this);
   CLSID page = kPropertyPageId;
   const POINT corner = position == nullptr ? POINT{} : POINT{position->left, position->top};
-  check(OleCreatePropertyFrame(parent, static_cast<UINT>(corner.x), static_cast<UINT>(corner.y),
-                               kDescription, 1, &object, 1, &page, LOCALE_USER_DEFAULT, 0,
-                               nullptr));
+  hosting_.in_place().enable_modeless(false);
+  const HRESULT result =
+      OleCreatePropertyFrame(parent, static_cast<UINT>(corner.x), static_cast<UINT>(corner.y),
+                             kDescription, 1, &object, 1, &page, LOCALE_USER_DEFAULT, 0, nullptr);
+  hosting_.in_place().enable_modeless(true);
+  check(result);
 }
 
 }  // namespace plexum::activex

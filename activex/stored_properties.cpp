@@ -77,6 +77,23 @@ void set(VARIANT& variant, const Value& value) {
   }
 }
 
+// Whether a bag says by its answer that it has no property of the name. E_INVALIDARG is what it
+// should say; the others are what bags of Office, of designers and of scripts say.
+bool is_absent(HRESULT result, const VARIANT& value) {
+  switch (result) {
+    case E_INVALIDARG:
+    case DISP_E_MEMBERNOTFOUND:
+    case DISP_E_UNKNOWNNAME:
+    case E_FAIL:
+      return true;
+    case S_FALSE:  // and the variant as it was given
+      return value.vt == VT_EMPTY || (value.vt == VT_BSTR && value.bstrVal == nullptr) ||
+             (value.vt == VT_I4 && value.lVal == 0);
+    default:
+      return value.vt == VT_EMPTY;
+  }
+}
+
 }  // namespace
 
 Value ContainerPropertyBag::ReadProperty(const std::string& name, const Value& fallback) {
@@ -84,9 +101,8 @@ Value ContainerPropertyBag::ReadProperty(const std::string& name, const Value& f
   OwnedVariant stored;
   stored.get().vt = type;  // what a bag of texts is to convert to
   const HRESULT result = bag_->Read(windows::utf16_from_utf8(name).c_str(), &stored.get(), log_);
-  if (result == E_INVALIDARG) return fallback;  // it has none of that name
+  if (is_absent(result, stored.get())) return fallback;
   check(result);
-  if (stored.get().vt == VT_EMPTY) return fallback;
   check(VariantChangeTypeEx(&stored.get(), &stored.get(), LOCALE_USER_DEFAULT, 0, type));
   return value_of(stored.get());
 }

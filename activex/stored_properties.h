@@ -9,9 +9,8 @@
 
 namespace plexum::activex {
 
-// A container's property bag as the control sees it. Failures of the bag are thrown as ComErrors;
-// a value that isn't there, or isn't of the type, is not one: it reads as its default or is told to
-// the container's error log.
+// A container's property bag as the control sees it. A value that isn't there reads as its default.
+// Any other failure of the bag, and a value that can't be converted to its type, throws ComError.
 class ContainerPropertyBag final : public PropertyBag {
  public:
   // Both must outlive it; there may be no log.

@@ -16,8 +16,6 @@ Begin VB.Form PlcForm
       TabIndex        =   2
       Top             =   120
       Width           =   4500
-      _ExtentX        =   7938
-      _ExtentY        =   1588
       CP_IP           =   "192.0.2.10"
       TsapF           =   "3.2"
       TsapE           =   "1.0"

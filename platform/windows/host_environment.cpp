@@ -19,7 +19,12 @@ void WindowsHostEnvironment::show_message_box(const std::string& text) {
   if (abandoned_) return;
   ModalMessageBox box(text, owner_window());
   boxes_.push_back(&box);
-  box.show();
+  try {
+    box.show();
+  } catch (...) {  // a box that can't be shown is none to close later
+    boxes_.pop_back();
+    throw;
+  }
   boxes_.pop_back();
 }
 

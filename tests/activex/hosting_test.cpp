@@ -3,8 +3,12 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <tuple>
 
 #include "activex/control_host.h"
+#include "activex/metafile.h"
 #include "activex/stub_container.h"
 
 namespace plexum::test {
@@ -123,8 +127,10 @@ TEST_F(Hosting, ClosingSavesWhatChanged) {
   EXPECT_EQ(object->SetClientSite(&container), S_OK);
   DWORD connection = 0;
   EXPECT_EQ(object->Advise(&container, &connection), S_OK);
+  SIZEL rounded{6349, 2541};
+  EXPECT_EQ(object->SetExtent(DVASPECT_CONTENT, &rounded), S_OK);
   EXPECT_EQ(object->Close(OLECLOSE_SAVEIFDIRTY), S_OK);
-  EXPECT_EQ(container.take_calls(), Calls{"OnClose"});
+  EXPECT_EQ(container.take_calls(), Calls{"OnClose"}) << "a size that was rounded is no change";
   link_->put_Tzeit(1);
   EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
   EXPECT_EQ(container.take_calls(), Calls{});
@@ -170,31 +176,67 @@ TEST_F(Hosting, ConnectionPointsAreEnumerated) {
             CONNECT_E_NOCONNECTION);
 }
 
-TEST_F(Hosting, QuickActivationDoesItAll) {
-  StubContainer container;
-  QACONTAINER given{};
-  given.cbSize = sizeof given;
-  given.pClientSite = &container;
-  given.pAdviseSink =
-      reinterpret_cast<decltype(given.pAdviseSink)>(static_cast<IAdviseSink*>(&container));
-  given.pPropertyNotifySink = &container;
-  given.pUnkEventSink = static_cast<IDispatch*>(&container);
-  QACONTROL got{};
-  EXPECT_EQ(as<IQuickActivate>()->QuickActivate(&given, &got), E_INVALIDARG);
-  got.cbSize = sizeof got;
-  ASSERT_EQ(as<IQuickActivate>()->QuickActivate(&given, &got), S_OK);
-  EXPECT_EQ(got.dwMiscStatus, 131473u);
-  EXPECT_EQ(got.dwViewStatus, static_cast<DWORD>(VIEWSTATUS_OPAQUE));
-  EXPECT_NE(got.dwEventCookie, 0u);
-  link_->put_Tzeit(1);
-  EXPECT_EQ(container.changed, std::vector<DISPID>{0x68030000});
-  SIZEL size{3000, 1200};
-  EXPECT_EQ(as<IQuickActivate>()->SetContentExtent(&size), S_OK);
-  EXPECT_EQ(container.take_calls(), Calls{"OnViewChange"});
-  EXPECT_EQ(as<IOleObject>()->Close(OLECLOSE_NOSAVE), S_OK);
-  EXPECT_EQ(as<IOleObject>()->SetClientSite(nullptr), S_OK);
-  link_.Reset();
-  EXPECT_EQ(container.references(), 0u);
+TEST_F(Hosting, QuickActivationDoesItAllInEveryFormOfItsStructures) {
+  constexpr ULONG kToday = sizeof(QACONTAINER);
+  const struct {
+    const char* name;
+    ULONG container;
+    ULONG control;
+    HRESULT result;
+  } kRows[] = {
+      {"today's", kToday, sizeof(QACONTROL), S_OK},
+      {"of VB6 and .NET", sizeof(void*) == 8 ? 96 : 56, sizeof(QACONTROL), S_OK},
+      {"longer ones to come", kToday + 16, sizeof(QACONTROL) + 16, S_OK},
+      {"without places for cookies", kToday, offsetof(QACONTROL, dwEventCookie), S_OK},
+      {"without a sink for events", offsetof(QACONTAINER, pUnkEventSink), sizeof(QACONTROL),
+       E_INVALIDARG},
+      {"nothing", kToday, 0, E_INVALIDARG},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    StubContainer container;
+    struct {
+      QACONTAINER value;
+      char more[16];
+    } given{};
+    std::memset(&given, 0xEE, sizeof given);  // pointers that nobody may follow
+    given.value.cbSize = row.container;
+    given.value.pClientSite = &container;
+    given.value.pAdviseSink =
+        reinterpret_cast<decltype(given.value.pAdviseSink)>(static_cast<IAdviseSink*>(&container));
+    given.value.pPropertyNotifySink = &container;
+    given.value.pUnkEventSink = static_cast<IDispatch*>(&container);
+    struct {
+      QACONTROL value;
+      unsigned char more[16];
+    } got{};
+    std::memset(&got, 0xEE, sizeof got);
+    got.value.cbSize = row.control;
+    link_ = file().create();
+    ASSERT_EQ(as<IQuickActivate>()->QuickActivate(&given.value, &got.value), row.result);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(&got);
+    for (std::size_t at = std::max<std::size_t>(row.control, sizeof(ULONG)); at < sizeof got;
+         ++at) {
+      ASSERT_TRUE(bytes[at] == 0xEE || at >= sizeof(QACONTROL)) << at;
+    }
+    if (row.result == S_OK) {
+      const bool has_cookies = row.control >= sizeof(QACONTROL);
+      EXPECT_EQ(got.value.dwMiscStatus, 131473u);
+      EXPECT_EQ(got.value.dwViewStatus, static_cast<DWORD>(VIEWSTATUS_OPAQUE));
+      if (has_cookies) {
+        EXPECT_NE(got.value.dwEventCookie, 0u);
+      }
+      link_->put_Tzeit(1);
+      EXPECT_EQ(container.changed.size(), has_cookies ? 1u : 0u);
+      SIZEL size{3000, 1200};
+      EXPECT_EQ(as<IQuickActivate>()->SetContentExtent(&size), S_OK);
+      EXPECT_EQ(container.take_calls(), Calls{"OnViewChange"});
+      EXPECT_EQ(as<IOleObject>()->Close(OLECLOSE_NOSAVE), S_OK);
+      EXPECT_EQ(as<IOleObject>()->SetClientSite(nullptr), S_OK);
+    }
+    link_.Reset();
+    EXPECT_EQ(container.references(), 0u);
+  }
 }
 
 // A bitmap of 32-bit pixels, all of one colour that the face hasn't got.
@@ -248,6 +290,11 @@ class HostingPicture : public Hosting {
  protected:
   void SetUp() override {
     if (sizeof(void*) == 4) GTEST_SKIP() << "Wine draws in 64-bit programs only";
+    SetProcessDPIAware();
+    // Where the test is run at a resolution of its own.
+    const char* dpi = std::getenv("PLEXUM_TEST_DPI");
+    const Canvas canvas(1, 1);
+    ASSERT_TRUE(dpi == nullptr || GetDeviceCaps(canvas.dc(), LOGPIXELSX) == std::atoi(dpi));
   }
 };
 
@@ -278,6 +325,24 @@ TEST_F(HostingPicture, GrowsWithItsBounds) {
   EXPECT_GT(large.ink({54, 24, 450, 102}), 5 * small.ink({18, 8, 150, 34}));
 }
 
+TEST_F(HostingPicture, FollowsTheContainersWorldTransform) {
+  const RECTL bounds{10, 5, 130, 53};
+  const XFORM doubled{2, 0, 0, 2, 0, 0};
+  const XFORM turned{0, 1, -1, 0, 96, 0};  // by a quarter, to the right
+  for (const auto& [world, canvas_size, wanted] :
+       {std::tuple(doubled, SIZE{300, 140}, RECT{20, 10, 260, 106}),
+        std::tuple(turned, SIZE{100, 140}, RECT{43, 10, 91, 130})}) {
+    const Canvas canvas(canvas_size.cx, canvas_size.cy);
+    SetGraphicsMode(canvas.dc(), GM_ADVANCED);
+    SetWorldTransform(canvas.dc(), &world);
+    EXPECT_EQ(draw(canvas.dc(), &bounds), S_OK);
+    EXPECT_NE(canvas.at(wanted.left + 2, wanted.top + 2), Canvas::kUntouched);
+    EXPECT_NE(canvas.at(wanted.right - 3, wanted.bottom - 3), Canvas::kUntouched);
+    EXPECT_EQ(canvas.at(wanted.left - 2, wanted.top), Canvas::kUntouched);
+    EXPECT_EQ(canvas.at(wanted.right + 1, wanted.bottom + 1), Canvas::kUntouched);
+  }
+}
+
 TEST_F(HostingPicture, FollowsTheContainersUnits) {
   const Canvas canvas(120, 48);
   SetMapMode(canvas.dc(), MM_ANISOTROPIC);
@@ -291,49 +356,124 @@ TEST_F(HostingPicture, FollowsTheContainersUnits) {
   EXPECT_GT(canvas.ink({9, 4, 75, 17}), 30);
 }
 
-TEST_F(HostingPicture, TakesTheContainersColours) {
-  StubContainer container;
-  VARIANT color;
-  color.vt = VT_I4;
-  color.lVal = 0x00123456;  // BGR
-  container.ambient[DISPID_AMBIENT_BACKCOLOR] = color;
-  EXPECT_EQ(as<IOleObject>()->SetClientSite(&container), S_OK);
-  const Canvas canvas(240, 96);
-  const RECTL bounds{0, 0, 240, 96};
-  EXPECT_EQ(draw(canvas.dc(), &bounds), S_OK);
-  EXPECT_EQ(canvas.at(200, 20), 0x563412u);
-  EXPECT_EQ(as<IOleObject>()->SetClientSite(nullptr), S_OK);
+TEST_F(HostingPicture, TakesTheContainersColoursInEveryFormAndTheUsualOtherwise) {
+  const COLORREF usual = GetSysColor(COLOR_BTNFACE);
+  const auto of_type = [](VARTYPE type, ULONG value) {
+    VARIANT variant{};
+    variant.vt = type;
+    variant.ulVal = value;
+    return variant;
+  };
+  const struct {
+    const char* name;
+    VARIANT color;
+    COLORREF drawn;
+  } kRows[] = {
+      {"signed", of_type(VT_I4, 0x00123456), 0x00123456},
+      {"unsigned", of_type(VT_UI4, 0x00123456), 0x00123456},
+      {"of the system, signed", of_type(VT_I4, 0x80000000 | COLOR_WINDOW),
+       GetSysColor(COLOR_WINDOW)},
+      {"of the system, unsigned", of_type(VT_UI4, 0x80000000 | COLOR_WINDOW),
+       GetSysColor(COLOR_WINDOW)},
+      {"of no system", of_type(VT_UI4, 0x8000FFFF), usual},
+      {"no object", of_type(VT_DISPATCH, 0), usual},
+      {"an error", of_type(VT_ERROR, 1), usual},
+      {"nothing", of_type(VT_EMPTY, 1), 0},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    StubContainer container;
+    container.ambient_failure = E_NOTIMPL;
+    container.ambient[DISPID_AMBIENT_BACKCOLOR] = row.color;
+    EXPECT_EQ(as<IOleObject>()->SetClientSite(&container), S_OK);
+    const Canvas canvas(240, 96);
+    const RECTL bounds{0, 0, 240, 96};
+    EXPECT_EQ(draw(canvas.dc(), &bounds), S_OK);
+    const std::uint32_t pixel = canvas.at(200, 20);
+    EXPECT_EQ(RGB(pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF), row.drawn);
+    EXPECT_EQ(as<IOleObject>()->SetClientSite(nullptr), S_OK);
+  }
 }
 
-TEST_F(HostingPicture, IsGivenAsMetafiles) {
+// The texts within metafiles, whatever plays them.
+int CALLBACK add_windows_text(HDC, HANDLETABLE*, METARECORD* record, int, LPARAM list) {
+  if (record->rdFunction == META_EXTTEXTOUT) {
+    // y, x, length and options come first, then the clipping rectangle.
+    const WORD* words = record->rdParm;
+    const auto* text = reinterpret_cast<const char*>(words + (words[3] & ETO_CLIPPED ? 8 : 4));
+    reinterpret_cast<std::vector<std::string>*>(list)->emplace_back(text, words[2]);
+  }
+  return 1;
+}
+int CALLBACK add_enhanced_text(HDC, HANDLETABLE*, const ENHMETARECORD* record, int, LPARAM list) {
+  if (record->iType == EMR_EXTTEXTOUTW) {
+    const auto& text = reinterpret_cast<const EMREXTTEXTOUTW*>(record)->emrtext;
+    const auto* first =
+        reinterpret_cast<const wchar_t*>(reinterpret_cast<const char*>(record) + text.offString);
+    reinterpret_cast<std::vector<std::string>*>(list)->emplace_back(first, first + text.nChars);
+  }
+  return 1;
+}
+
+TEST_F(HostingPicture, IsGivenAsMetafilesWithAllItsTexts) {
   const auto data = as<IDataObject>();
   ComPtr<IEnumFORMATETC> formats;
   ASSERT_EQ(data->EnumFormatEtc(DATADIR_GET, &formats), S_OK);
   FORMATETC format{};
   int count = 0;
   for (; formats->Next(1, &format, nullptr) == S_OK; ++count) {
+    SCOPED_TRACE(count);
     EXPECT_EQ(data->QueryGetData(&format), S_OK);
     STGMEDIUM medium{};
     ASSERT_EQ(data->GetData(&format, &medium), S_OK);
     EXPECT_EQ(medium.tymed, format.tymed);
     const Canvas canvas(240, 96);
     const RECT all{0, 0, 240, 96};
+    std::vector<std::string> texts;
+    const auto list = reinterpret_cast<LPARAM>(&texts);
     if (medium.tymed == TYMED_ENHMF) {
       EXPECT_TRUE(PlayEnhMetaFile(canvas.dc(), medium.hEnhMetaFile, &all));
+      EnumEnhMetaFile(nullptr, medium.hEnhMetaFile, add_enhanced_text, &texts, nullptr);
     } else {
       const auto* picture = static_cast<METAFILEPICT*>(GlobalLock(medium.hGlobal));
       SetMapMode(canvas.dc(), MM_ANISOTROPIC);
       SetViewportExtEx(canvas.dc(), 240, 96, nullptr);
       EXPECT_TRUE(PlayMetaFile(canvas.dc(), picture->hMF));
+      EnumMetaFile(canvas.dc(), picture->hMF, add_windows_text, list);
       GlobalUnlock(medium.hGlobal);
     }
-    EXPECT_GT(canvas.ink({18, 8, 150, 34}), 100) << count;
-    EXPECT_NE(canvas.at(235, 50), Canvas::kUntouched) << count;
+    std::erase(texts, "");
+    EXPECT_EQ(texts, (Calls{"Plexum", "PLC link", "Version " PLEXUM_VERSION, "0"}));
+    EXPECT_GT(canvas.ink({40, 18, 150, 34}), 50) << "the product's name";
+    EXPECT_GT(canvas.ink({160, 34, 228, 50}), 40) << "its version";
+    EXPECT_GT(canvas.ink({206, 60, 220, 82}), 10) << "the state";
+    for (const auto& [x, y] : {std::pair(1, 1), {238, 1}, {1, 94}, {238, 94}}) {
+      EXPECT_NE(canvas.at(x, y), Canvas::kUntouched) << "the face fills its frame";
+    }
     ReleaseStgMedium(&medium);
   }
   EXPECT_EQ(count, 2);
   format = {CF_TEXT, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
   EXPECT_EQ(data->QueryGetData(&format), DV_E_FORMATETC);
+}
+
+TEST(Metafile, IsMappedByTheScreensPixelsAndMillimetres) {
+  const struct {
+    const char* name;
+    SIZE pixels;
+    SIZE millimetres;
+    SIZE end;  // of a face of 63.5 by 25.4 mm
+  } kRows[] = {
+      {"96 dpi, true to size", {1920, 1080}, {508, 286}, {240, 96}},
+      {"a laptop of 344 mm that says 96 dpi", {1920, 1080}, {344, 194}, {354, 141}},
+      {"a wall of 2 m", {1920, 1080}, {2000, 1125}, {61, 24}},
+      {"one whose height is another's", {1024, 768}, {320, 180}, {203, 108}},
+  };
+  for (const auto& row : kRows) {
+    const RECT bounds = activex::metafile_bounds({6350, 2540}, row.pixels, row.millimetres);
+    EXPECT_EQ(bounds.right, row.end.cx) << row.name;
+    EXPECT_EQ(bounds.bottom, row.end.cy) << row.name;
+  }
 }
 
 TEST_F(Hosting, IsNotShownWithoutASite) {

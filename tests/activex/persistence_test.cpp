@@ -100,14 +100,29 @@ TEST_F(Persistence, ABagIsWrittenInOrderWithoutDefaults) {
   EXPECT_EQ(properties(loaded), kSet);
 }
 
+TEST_F(Persistence, ABagSaysInManyWaysThatItHasNoSuchProperty) {
+  for (const HRESULT absence :
+       {E_INVALIDARG, DISP_E_MEMBERNOTFOUND, DISP_E_UNKNOWNNAME, E_FAIL, S_FALSE}) {
+    const auto link = file().create();
+    set_properties(link);
+    StubPropertyBag bag;
+    bag.absence = absence;
+    bag.values = {{L"TsapE", L"1.0"}};
+    EXPECT_EQ(as<IPersistPropertyBag>(link)->Load(&bag, nullptr), S_OK) << absence;
+    EXPECT_EQ(properties(link), L"String:0.0.0.0 String:0 String:1.0 Long:100 ") << absence;
+  }
+}
+
 TEST_F(Persistence, AFailingBagIsTheContainersError) {
   const auto link = file().create();
   set_properties(link);
   StubPropertyBag bag;
-  bag.failure = E_ACCESSDENIED;
   const auto persistence = as<IPersistPropertyBag>(link);
-  EXPECT_EQ(persistence->Load(&bag, nullptr), E_ACCESSDENIED);
-  EXPECT_EQ(persistence->Save(&bag, TRUE, FALSE), E_ACCESSDENIED);
+  for (const HRESULT failure : {E_ACCESSDENIED, E_OUTOFMEMORY, E_UNEXPECTED, DISP_E_EXCEPTION}) {
+    bag.failure = failure;
+    EXPECT_EQ(persistence->Load(&bag, nullptr), failure);
+    EXPECT_EQ(persistence->Save(&bag, TRUE, FALSE), failure);
+  }
   EXPECT_EQ(as<IPersistStreamInit>(link)->IsDirty(), S_OK);
   StubPropertyBag wrong;
   wrong.values = {{L"Tzeit", L"soon"}};

@@ -6,9 +6,20 @@ namespace plexum::test {
 
 std::vector<std::string> StubContainer::take_calls() { return std::exchange(calls_, {}); }
 
-HRESULT StubContainer::call(const char* name) {
-  calls_.emplace_back(name);
+HRESULT StubContainer::call(const std::string& name) {
+  calls_.push_back(name);
+  if (on_call) on_call(name);
   return S_OK;
+}
+
+ULONG StubFrame::AddRef() { return container_.AddRef(); }
+ULONG StubFrame::Release() { return container_.Release(); }
+HRESULT StubFrame::SetBorderSpace(LPCBORDERWIDTHS) { return container_.call("SetBorderSpace"); }
+HRESULT StubFrame::SetActiveObject(IOleInPlaceActiveObject* object, LPCOLESTR) {
+  return container_.call(object == nullptr ? "SetActiveObject null" : "SetActiveObject");
+}
+HRESULT StubFrame::EnableModeless(BOOL enable) {
+  return container_.call("EnableModeless " + std::to_string(enable));
 }
 
 HRESULT StubContainer::QueryInterface(REFIID iid, void** object) {
@@ -39,7 +50,8 @@ HRESULT StubContainer::GetWindow(HWND* window) {
 
 HRESULT StubContainer::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document,
                                         LPRECT position, LPRECT clip, LPOLEINPLACEFRAMEINFO) {
-  *frame = nullptr;
+  *frame = &frame_;
+  AddRef();
   *document = nullptr;
   *position = {10, 20, 250, 116};
   *clip = *position;
@@ -48,14 +60,16 @@ HRESULT StubContainer::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIW
 
 HRESULT StubContainer::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result,
                               EXCEPINFO*, UINT*) {
+  ++ambient_questions;
+  if (on_call) on_call("ambient");
   const auto found = ambient.find(member);
-  if (found == ambient.end()) return DISP_E_MEMBERNOTFOUND;
+  if (found == ambient.end()) return ambient_failure;
   return VariantCopy(result, &found->second);
 }
 
 HRESULT StubContainer::OnChanged(DISPID property) {
   changed.push_back(property);
-  if (const auto act = std::exchange(on_change, nullptr)) act();
+  if (on_call) on_call("OnChanged");
   return S_OK;
 }
 
@@ -63,7 +77,7 @@ HRESULT StubPropertyBag::Read(LPCOLESTR name, VARIANT* value, IErrorLog*) {
   names.emplace_back(name);
   if (failure != S_OK) return failure;
   const auto found = values.find(name);
-  if (found == values.end()) return E_INVALIDARG;
+  if (found == values.end()) return absence;
   VARIANT text;
   text.vt = VT_BSTR;
   text.bstrVal = SysAllocString(found->second.c_str());

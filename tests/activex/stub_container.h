@@ -9,9 +9,39 @@
 
 namespace plexum::test {
 
+class StubContainer;
+
+// The frame around a container's form. It belongs to the container, and counts with it.
+class StubFrame final : public IOleInPlaceFrame {
+ public:
+  explicit StubFrame(StubContainer& container) : container_(container) {}
+  ~StubFrame() = default;
+  StubFrame(const StubFrame&) = delete;
+  StubFrame& operator=(const StubFrame&) = delete;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE GetWindow(HWND*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE ContextSensitiveHelp(BOOL) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetBorder(LPRECT) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE RequestBorderSpace(LPCBORDERWIDTHS) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetBorderSpace(LPCBORDERWIDTHS) override;
+  HRESULT STDMETHODCALLTYPE SetActiveObject(IOleInPlaceActiveObject* object, LPCOLESTR) override;
+  HRESULT STDMETHODCALLTYPE InsertMenus(HMENU, LPOLEMENUGROUPWIDTHS) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetMenu(HMENU, HOLEMENU, HWND) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE RemoveMenus(HMENU) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetStatusText(LPCOLESTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE EnableModeless(BOOL enable) override;
+  HRESULT STDMETHODCALLTYPE TranslateAccelerator(LPMSG, WORD) override { return S_FALSE; }
+
+ private:
+  StubContainer& container_;
+};
+
 // A container of one control, on the stack of a test: it ticks off every call that the control
-// makes, says of itself what the test sets, and counts the references to it, of which none may be
-// left when it goes.
+// makes, says of itself what the test sets, does from inside a call what the test wants, and counts
+// the references to it, of which none may be left when it goes.
 class StubContainer final : public IOleClientSite,
                             public IOleInPlaceSite,
                             public IOleControlSite,
@@ -26,12 +56,15 @@ class StubContainer final : public IOleClientSite,
   StubContainer& operator=(const StubContainer&) = delete;
 
   // What the control has called since the last time.
-  [[nodiscard]] std::vector<std::string> take_calls();
+  std::vector<std::string> take_calls();
   [[nodiscard]] ULONG references() const { return references_; }
 
   std::map<DISPID, VARIANT> ambient;
-  std::vector<DISPID> changed;      // by OnChanged
-  std::function<void()> on_change;  // done from inside the next OnChanged
+  HRESULT ambient_failure = DISP_E_MEMBERNOTFOUND;  // for those that aren't there
+  int ambient_questions = 0;
+  std::vector<DISPID> changed;  // by OnChanged
+  // Run from inside each call, the ambient questions included.
+  std::function<void(const std::string& call)> on_call;
   bool allows_activation = true;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
@@ -69,10 +102,12 @@ class StubContainer final : public IOleClientSite,
   HRESULT STDMETHODCALLTYPE LockInPlaceActive(BOOL) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetExtendedControl(IDispatch**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE TransformCoords(POINTL*, POINTF*, DWORD) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG*, DWORD) override {
-    return call("TranslateAccelerator");
+  HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG*, DWORD modifiers) override {
+    return call("TranslateAccelerator " + std::to_string(modifiers));
   }
-  HRESULT STDMETHODCALLTYPE OnFocus(BOOL) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE OnFocus(BOOL has_focus) override {
+    return call("OnFocus " + std::to_string(has_focus));
+  }
   HRESULT STDMETHODCALLTYPE ShowPropertyFrame() override { return call("ShowPropertyFrame"); }
 
   // IDispatch: the ambient properties
@@ -95,9 +130,11 @@ class StubContainer final : public IOleClientSite,
   void STDMETHODCALLTYPE OnSave() override { call("OnSave"); }
   void STDMETHODCALLTYPE OnClose() override { call("OnClose"); }
 
- private:
-  HRESULT call(const char* name);
+  // Ticks off a call, the frame's included.
+  HRESULT call(const std::string& name);
 
+ private:
+  StubFrame frame_{*this};
   HWND window_;
   ULONG references_ = 0;
   std::vector<std::string> calls_;
@@ -108,7 +145,8 @@ class StubPropertyBag final : public IPropertyBag {
  public:
   std::vector<std::wstring> names;  // as read or written
   std::map<std::wstring, std::wstring> values;
-  HRESULT failure = S_OK;  // of every call, if it is one
+  HRESULT failure = S_OK;          // of every call, if it is one
+  HRESULT absence = E_INVALIDARG;  // for a value that isn't there
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
