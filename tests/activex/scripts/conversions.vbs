@@ -33,7 +33,6 @@ On Error Resume Next
 Set link = CreateObject("Plexum.PlexumLink")
 Check "create", Err.Number, CLng(0)
 
-Check "literal", Codes(link.wordtobeyt("258")), "01 02 "
 Check "expression", Codes(link.wordtobeyt(2 & "58")), "01 02 "
 value = 258
 Check "variable", Codes(link.wordtobeyt(value)), "01 02 "
