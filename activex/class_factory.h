@@ -4,8 +4,8 @@
 
 namespace plexum::activex {
 
-// A class object of this module, of the control or of its property page; there is one for each, and
-// their references hold the module.
+// A class object of this module. There are two, one for the control and one for its property page.
+// A reference to either keeps the module loaded.
 class ClassFactory final : public IClassFactory {
  public:
   // The one of the class; null for any other.

@@ -9,7 +9,7 @@ namespace plexum::activex {
 // text is its caption, so that assistive tools and other programs can read it.
 class FaceWindow {
  public:
-  // Each may end the window.
+  // Every call of the owner may end the window.
   class Owner {
    public:
     [[nodiscard]] virtual FaceState face_state() = 0;

@@ -32,9 +32,9 @@ class FloatingPointState {
   std::uint32_t mxcsr_ = 0x1F80;
 };
 
-// Which of the two runs, host or control, on the stack of one control, and the state that the host
-// is to find again. Scopes of both kinds nest: a member calls another, a wait lets the host run,
-// and the host calls in again.
+// The change between the host's state and the control's own. It knows which of the two is applied,
+// and keeps the host's while the control computes. Scopes of both kinds nest: a member waits, the
+// wait lets the host run, and the host calls another member.
 class FloatingPointBoundary {
  public:
   // The control computes within this scope.

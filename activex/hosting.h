@@ -11,8 +11,8 @@
 
 namespace plexum::activex {
 
-// What makes the object a control that a container can show, save and ask: one part for each group
-// of interfaces, and what they share.
+// The interfaces by which a container shows the control, saves it and asks about it. Each group of
+// them is a part; what the parts share is here.
 class Hosting {
  public:
   // The object must outlive it.
@@ -30,7 +30,7 @@ class Hosting {
   [[nodiscard]] HWND window() const;
 
   [[nodiscard]] const ContainerSite& site() const noexcept { return site_; }
-  // Null ends everything that the old site was part of.
+  // Null takes the site away, and deactivates the control first.
   void set_site(IOleClientSite* site);
 
   void ambient_changed(DISPID property) { site_.ambient_changed(property); }

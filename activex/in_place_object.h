@@ -7,7 +7,8 @@
 
 namespace plexum::activex {
 
-// The control as an active part of a form: its window, from the container's first "show" on.
+// The control while it is active on a form: its window, its focus, and what the container's frame
+// knows of it.
 class InPlaceObject final : public HostingPart<IOleInPlaceObject, IOleInPlaceActiveObject>,
                             private FaceWindow::Owner {
  public:

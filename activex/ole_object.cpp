@@ -83,8 +83,8 @@ HRESULT OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite* site, LONG, HWND par
         show_properties(parent, position);
         return S_OK;
       default:
-        // A window of its own, undo: what the control hasn't got. Positive verbs are its own, of
-        // which an unknown one is to do what the primary verb does.
+        // Negative verbs that the control doesn't have: a window of its own, undo. Positive verbs
+        // are the control's own; an unknown one does what the primary verb does.
         if (verb <= 0) return E_NOTIMPL;
         hosting_.in_place().activate(true);
         return OLEOBJ_S_INVALIDVERB;

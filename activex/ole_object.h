@@ -4,7 +4,8 @@
 
 namespace plexum::activex {
 
-// The control as an embedded object: site, size, verbs, and the quick way to all of it.
+// The control as an embedded object: site, size, verbs, and quick activation, which sets most of it
+// in one call.
 class OleObject final
     : public HostingPart<IOleObject, IOleControl, IQuickActivate, ISpecifyPropertyPages> {
  public:

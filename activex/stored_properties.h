@@ -36,7 +36,8 @@ class ContainerPropertyBag final : public PropertyBag {
 //        4 or text  its value
 //
 // A text is its length in bytes (4) and that many bytes of UTF-8. Later versions may only add at
-// the end, which readers of version 1 skip; a format that they can't read gets another first line.
+// the end, which readers of version 1 skip. A format that they can't read gets another mark than
+// PLXM.
 class StoredProperties final : public PropertyBag {
  public:
   explicit StoredProperties(const SIZEL& extent) : extent_(extent) {}

@@ -1,7 +1,7 @@
-// 32-bit C++ exceptions find their way by tables that the compiler's start-up code registers. In a
-// host that has loaded libgcc_s_dw2-1.dll it registers them there, where the run-time library that
-// is linked into this file doesn't look: the first error would end the host. So the tables are then
-// registered with this file's own library, too.
+// In 32-bit code C++ exceptions are unwound by tables, which the compiler's start-up code
+// registers. In a host that has loaded libgcc_s_dw2-1.dll it registers them with that DLL. The
+// run-time library that is linked into this file doesn't look there, so the first exception would
+// end the host. Therefore the tables are then registered with this file's own library as well.
 #include <array>
 #include <cstring>
 

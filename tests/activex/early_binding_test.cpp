@@ -113,7 +113,8 @@ TEST_F(EarlyBinding, ComputesInItsOwnFloatingPointState) {
   BstrVariable bytes;
   ASSERT_EQ(link_->flottobeyt(&number, &bytes), S_OK);
 
-  // A host that rounds towards zero in single precision and traps divisions by zero and inexact results.
+  // A host that rounds towards zero in single precision and traps divisions by zero and inexact
+  // results.
   const std::pair before(x87_control(), _mm_getcsr());
   set_x87_control(0x0C5B);
   _mm_setcsr(0x6D80);
