@@ -1,7 +1,6 @@
 #include "activex/control_host.h"
 #include "activex/thread_timer.h"
 #include "support/tcp_peer.h"
-#include "support/winsock_stand_in.h"
 
 namespace plexum::test {
 namespace {
@@ -112,35 +111,6 @@ TEST_F(Lifetime, QuitIsLeftToTheHost) {
   MSG message{};
   EXPECT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
   EXPECT_EQ(message.wParam, 42u);
-}
-
-// A failure of the TCP component reaches early- and late-bound hosts with its own number.
-TEST_F(ControlTest, FailuresOfTheTcpComponentKeepTheirNumbers) {
-  windows::test::WinsockStandIn component;
-  component.script.description = L"as the component says it";
-  const struct {
-    HRESULT failure;
-    WORD code;
-    unsigned long result;
-  } kRows[] = {
-      {E_ACCESSDENIED, 0, 0x80070005},
-      {static_cast<HRESULT>(0x800A9C46), 0, 0x800A9C46},
-      {S_OK, 1001, 0x800A03E9},
-      {E_FAIL, 0, 0x80004005},
-  };
-  for (const auto& row : kRows) {
-    const auto link = file().create();
-    component.script.failure = DISP_E_EXCEPTION;
-    component.script.scode = row.failure;
-    component.script.code = row.code;
-    VARIANT_BOOL ended = VARIANT_TRUE;
-    EXPECT_EQ(link->ag_exit(&ended), static_cast<HRESULT>(row.result));
-    const auto late = invoke(link.Get(), L"ag_exit", DISPATCH_METHOD, {});
-    EXPECT_EQ(late.status, DISP_E_EXCEPTION);
-    EXPECT_EQ(late.error, static_cast<HRESULT>(row.result));
-    EXPECT_EQ(late.description, L"as the component says it");
-    component.script.failure = S_OK;
-  }
 }
 
 }  // namespace

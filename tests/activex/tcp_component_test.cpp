@@ -21,6 +21,7 @@ TEST_F(TcpComponent, ErrorsReachTheHostWithTheirOwnNumbers) {
       {DISP_E_EXCEPTION, E_ACCESSDENIED, 0, 0x80070005},
       {DISP_E_EXCEPTION, static_cast<HRESULT>(0x800A9C46), 0, 0x800A9C46},
       {DISP_E_EXCEPTION, 0, 1001, 0x800A03E9},
+      {DISP_E_EXCEPTION, E_FAIL, 0, 0x80004005},
       {DISP_E_OVERFLOW, 0, 0, 0x800A0006},
   };
   const ComPtr<_PlexumLink> link = file().create();
