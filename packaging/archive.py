@@ -6,7 +6,7 @@ import zipfile
 def make(folder, epoch, target):
     """Packs all files of the folder, below a folder with the archive's name."""
     moment = time.gmtime(epoch)[:6]
-    with zipfile.ZipFile(target, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as archive:
+    with zipfile.ZipFile(target, "w", zipfile.ZIP_DEFLATED, compresslevel=6) as archive:
         for path in sorted(path for path in folder.rglob("*") if path.is_file()):
             inside = f"{target.stem}/{path.relative_to(folder).as_posix()}"
             entry = zipfile.ZipInfo(inside, moment)

@@ -97,19 +97,20 @@ def test_programs(packages, version, folder):
 def older_builds(builds, version, folder):
     """The builds with another version in the resources of the controls."""
     (folder / "native").symlink_to(builds / "native")
-    for preset in ("win32", "win64"):
-        for name in ("PlexumLink.ocx", "PlexumLink.manifest", "plexum.exe", "plexum.exe.debug",
-                     "PlexumLink.ocx.debug", "activex/generated/plexum.tlb"):
+    control = ["PlexumLink.ocx", "PlexumLink.ocx.debug", "PlexumLink.manifest",
+               "activex/generated/plexum.tlb"]
+    for preset, others in (("win32", ["plexum.exe", "plexum.exe.debug"]), ("win64", [])):
+        for name in control + others:
             target = folder / preset / name
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(builds / preset / name, target)
-        control = folder / preset / "PlexumLink.ocx"
-        data = bytearray(control.read_bytes().replace(version.encode("utf-16le"),
-                                                      OLDER.encode("utf-16le")))
+        path = folder / preset / "PlexumLink.ocx"
+        data = bytearray(path.read_bytes().replace(version.encode("utf-16le"),
+                                                   OLDER.encode("utf-16le")))
         numbers = data.index(bytes.fromhex("BD04EFFE")) + 8  # the numbers of file and product
         major, minor, patch = map(int, OLDER.split("."))
         data[numbers:numbers + 16] = struct.pack("<4H", minor, major, 0, patch) * 2
-        control.write_bytes(data)
+        path.write_bytes(data)
 
 
 def test_signed(packages, folder):
