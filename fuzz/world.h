@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -52,9 +53,11 @@ class Wire : public test::ScriptedTcpClient {
     coming_.clear();
     state = kTcpConnected;
   }
+  // Each telegram comes long after the one before: none of the PLC's answers is under way any more.
   sim::Outputs answers_to(const std::string& bytes) {
-    return connection_ ? connection_->receive(sim::Bytes(bytes.begin(), bytes.end()))
-                       : sim::Outputs();
+    if (!connection_) return {};
+    now_ += std::chrono::hours(1);
+    return connection_->receive(sim::Bytes(bytes.begin(), bytes.end()), now_);
   }
   void deliver(sim::Output output) {
     if (output.delay.count() > 0) return deliver_in(1, std::move(output));
@@ -86,6 +89,7 @@ class Wire : public test::ScriptedTcpClient {
 
   sim::Plc* plc_ = nullptr;
   std::optional<sim::PlcConnection> connection_;
+  sim::PlcConnection::TimePoint now_;
   std::deque<Coming> coming_;
 };
 
