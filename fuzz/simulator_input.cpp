@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "fuzz/input.h"
-#include "sim/plc_connection.h"
+#include "sim/client_connection.h"
 
 namespace plexum::fuzz {
 namespace {
@@ -28,7 +28,7 @@ struct Client {
     }
   }
 
-  sim::PlcConnection connection;
+  sim::ClientConnection connection;
   bool over = false;
 };
 

@@ -11,7 +11,7 @@
 #include "base/runtime_error.h"
 #include "control/plexum_link.h"
 #include "fuzz/input.h"
-#include "sim/plc_connection.h"
+#include "sim/client_connection.h"
 #include "tests/support/fake_environment.h"
 #include "tests/support/scripted_tcp_client.h"
 
@@ -88,8 +88,8 @@ class Wire : public test::ScriptedTcpClient {
   };
 
   sim::Plc* plc_ = nullptr;
-  std::optional<sim::PlcConnection> connection_;
-  sim::PlcConnection::TimePoint now_;
+  std::optional<sim::ClientConnection> connection_;
+  sim::ClientConnection::TimePoint now_;
   std::deque<Coming> coming_;
 };
 

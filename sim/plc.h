@@ -15,7 +15,7 @@ namespace plexum::sim {
 enum class Mode : std::uint8_t { kStop = 4, kRun = 8 };
 
 // What all connections of one simulated PLC share. A program that uses it on several threads holds
-// its lock, and also while it calls a PlcConnection, which doesn't take the lock itself.
+// its lock, and also while it calls a ClientConnection, which doesn't take the lock itself.
 struct Plc {
   explicit Plc(const Options& chosen);
 

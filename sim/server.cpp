@@ -22,7 +22,7 @@ struct Server::Client {
 
   const Id id;
   const Socket socket;
-  PlcConnection connection;
+  ClientConnection connection;
   struct Queued {
     Output output;
     EventLoop::Clock::time_point due;  // its latency is over

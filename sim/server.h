@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "sim/client_connection.h"
 #include "sim/plc.h"
-#include "sim/plc_connection.h"
 #include "sim/system.h"
 
 namespace plexum::sim {

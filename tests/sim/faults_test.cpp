@@ -47,13 +47,13 @@ TEST(Faults, StrikeEachStepOfAConnection) {
   Plc plc({});
   plc.faults.add(parse_fault("confirm:length=21"));
   plc.faults.add(parse_fault("setup:error=8104"));
-  PlcConnection connection(plc);
+  ClientConnection connection(plc);
   EXPECT_EQ(text(connection.receive(hex(kConnectionRequest))),
             dump(kConnectionConfirm).substr(0, 62));
   EXPECT_EQ(text(connection.receive(hex(kSetup))),
             dump("03 00 00 13 02 F0 80 32 02 00 00 FF FF 00 00 00 00 81 04"));
   plc.faults.add(parse_fault("accept:close"));
-  EXPECT_EQ(text(PlcConnection(plc).accepted()), "close");
+  EXPECT_EQ(text(ClientConnection(plc).accepted()), "close");
 }
 
 TEST(Faults, ARefusedJobIsNotDone) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "sim/plc_connection.h"
+#include "sim/client_connection.h"
 #include "support/hex.h"
 
 namespace plexum::sim {
@@ -118,7 +118,7 @@ struct Conversation {
   }
 
   Plc plc;
-  PlcConnection connection;
+  ClientConnection connection;
 };
 
 }  // namespace plexum::sim

@@ -1,4 +1,4 @@
-#include "sim/plc_connection.h"
+#include "sim/client_connection.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 namespace plexum::sim {
 namespace {
 
-TEST(PlcConnection, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
+TEST(ClientConnection, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
   const std::pair<std::string_view, std::string> dialogue[] = {
       {kConnectionRequest, dump(kConnectionConfirm)},
       {kSetup, dump("03 00 00 1B | 02 F0 80 | 32 03 00 00 FF FF 00 08 00 00 00 00 |"
@@ -15,7 +15,7 @@ TEST(PlcConnection, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
       {kRead, kReadAnswer},
   };
   Plc plc({});
-  PlcConnection connection(plc);
+  ClientConnection connection(plc);
   for (const auto& [telegram, answer] : dialogue) {
     const Bytes bytes = hex(telegram);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -25,7 +25,7 @@ TEST(PlcConnection, AnswersAsACpuDoesInWhateverPiecesItIsAsked) {
   }
 }
 
-TEST(PlcConnection, GrantsNeverMoreThanAsked) {
+TEST(ClientConnection, GrantsNeverMoreThanAsked) {
   const Exchange exchanges[] = {
       {"less of all", "F0 00 00 01 00 02 00 80", "F0 00 00 01 00 02 00 80"},
       {"more of all", "F0 00 00 08 00 08 03 C0", "F0 00 00 03 00 03 00 F0"},
@@ -41,13 +41,13 @@ TEST(PlcConnection, GrantsNeverMoreThanAsked) {
 }
 
 // In flight is what came with one receive, and what came before and whose answer isn't due yet.
-TEST(PlcConnection, RefusesMoreJobsInFlightThanGranted) {
+TEST(ClientConnection, RefusesMoreJobsInFlightThanGranted) {
   using std::chrono::milliseconds;
   Options options;
   options.jobs = 2;
   options.latency = milliseconds(3);
   Conversation conversation(options);
-  const PlcConnection::TimePoint start = std::chrono::steady_clock::now() + milliseconds(10);
+  const ClientConnection::TimePoint start = std::chrono::steady_clock::now() + milliseconds(10);
   const std::string refusal = dump("03 00 00 13 02 F0 80 32 02 00 00 02 00 00 00 00 00 83 02");
   const struct {
     int at;  // ms
@@ -69,7 +69,7 @@ TEST(PlcConnection, RefusesMoreJobsInFlightThanGranted) {
 }
 
 // Lengths that promise more than is sent.
-TEST(PlcConnection, ServesWhatIsWholeByItsOwnLengths) {
+TEST(ClientConnection, ServesWhatIsWholeByItsOwnLengths) {
   // A stop job whose TPKT promises 35 bytes and has 33.
   const std::string stop =
       "03 00 00 23 | 02 F0 80 | 32 01 00 00 03 00 00 10 00 00 |"
@@ -82,7 +82,7 @@ TEST(PlcConnection, ServesWhatIsWholeByItsOwnLengths) {
   EXPECT_EQ(conversation.say(kRead), kReadAnswer);
 }
 
-TEST(PlcConnection, IgnoresEmptyFragmentsAndJoinsOthers) {
+TEST(ClientConnection, IgnoresEmptyFragmentsAndJoinsOthers) {
   Conversation conversation;
   EXPECT_EQ(conversation.say("03 00 00 07 | 02 F0 00"), "");
   EXPECT_EQ(conversation.say("03 00 00 11 | 02 F0 00 | 32 01 00 00 02 00 00 0E 00 00"), "");
@@ -90,7 +90,7 @@ TEST(PlcConnection, IgnoresEmptyFragmentsAndJoinsOthers) {
             kReadAnswer);
 }
 
-TEST(PlcConnection, RefusesOrIgnoresWhatItDoesNotKnow) {
+TEST(ClientConnection, RefusesOrIgnoresWhatItDoesNotKnow) {
   Conversation conversation;
   EXPECT_EQ(conversation.ask("77"), "refused 81 04");
   EXPECT_EQ(conversation.say("03 00 00 14 | 02 F0 80 | 32 03 00 00 00 01 00 01 00 00 00 00 | 1C"),
@@ -98,12 +98,12 @@ TEST(PlcConnection, RefusesOrIgnoresWhatItDoesNotKnow) {
       << "an acknowledgement of nothing";
   EXPECT_EQ(conversation.say(kRead), kReadAnswer) << "and goes on";
 
-  PlcConnection without_setup(conversation.plc);
+  ClientConnection without_setup(conversation.plc);
   without_setup.receive(hex(kConnectionRequest));
   EXPECT_EQ(Conversation::content(without_setup.receive(hex(kRead))), "refused 84 01");
 }
 
-TEST(PlcConnection, ClosesOnMalformedInput) {
+TEST(ClientConnection, ClosesOnMalformedInput) {
   struct Case {
     const char* name;
     bool connected;  // after the connection request and setup
@@ -135,7 +135,7 @@ TEST(PlcConnection, ClosesOnMalformedInput) {
   };
   for (const Case& c : cases) {
     Plc plc({});
-    PlcConnection connection(plc);
+    ClientConnection connection(plc);
     if (c.connected) {
       connection.receive(hex(kConnectionRequest));
       connection.receive(hex(kSetup));
@@ -145,7 +145,7 @@ TEST(PlcConnection, ClosesOnMalformedInput) {
   }
 }
 
-TEST(PlcConnection, KeepsABoundedAmountOfAMessageThatNeverEnds) {
+TEST(ClientConnection, KeepsABoundedAmountOfAMessageThatNeverEnds) {
   Bytes fragment = hex("03 00 40 00 02 F0 00");
   fragment.resize(0x4000);
   Conversation conversation;

@@ -1,4 +1,4 @@
-#include "sim/plc_connection.h"
+#include "sim/client_connection.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,7 +18,7 @@ Message refuse(const Message& message, Error error) {
 
 }  // namespace
 
-Outputs PlcConnection::accepted() {
+Outputs ClientConnection::accepted() {
   // A PLC sends nothing when it accepts a connection, but faults strike telegrams. So they get one
   // byte to strike; it is never sent.
   const Outputs struck =
@@ -32,7 +32,7 @@ Outputs PlcConnection::accepted() {
   return {};
 }
 
-Outputs PlcConnection::receive(ByteView bytes, TimePoint now) {
+Outputs ClientConnection::receive(ByteView bytes, TimePoint now) {
   if (state_ == State::kOver || state_ == State::kMute) return {};
   now_ = now;
   while (!in_flight_.empty() && in_flight_.front() <= now) in_flight_.pop_front();
@@ -51,7 +51,7 @@ Outputs PlcConnection::receive(ByteView bytes, TimePoint now) {
   return std::exchange(outputs_, {});
 }
 
-void PlcConnection::handle(const TransportUnit& unit) {
+void ClientConnection::handle(const TransportUnit& unit) {
   switch (unit.kind) {
     case TransportUnit::Kind::kConnectionRequest:
       connect(unit);
@@ -67,14 +67,14 @@ void PlcConnection::handle(const TransportUnit& unit) {
   }
 }
 
-void PlcConnection::connect(const TransportUnit& unit) {
+void ClientConnection::connect(const TransportUnit& unit) {
   if (state_ != State::kNew) throw Malformed("second connection request");
   const ConnectionRequest request = parse_connection_request(unit.content);
   state_ = State::kConnected;
   send(Fault::Step::kConfirm, {{}, connection_confirm(request)});
 }
 
-void PlcConnection::handle_message(const Message& message) {
+void ClientConnection::handle_message(const Message& message) {
   if (message.type == MessageType::kAck || message.type == MessageType::kAckData) {
     if (const auto job = download_.take_answer(message, pdu_)) send(Fault::Step::kJob, *job);
     return;
@@ -103,11 +103,11 @@ void PlcConnection::handle_message(const Message& message) {
 // A client that has more jobs in flight than were granted gets the jobs beyond refused. What CPUs
 // do isn't known from recorded dialogues. A refusal shows the client's fault at once, where a
 // dropped job would look like a lost answer.
-bool PlcConnection::takes_another_job() const {
+bool ClientConnection::takes_another_job() const {
   return state_ != State::kSetUp || in_flight_.size() < std::max<std::size_t>(jobs_, 1);
 }
 
-PlcConnection::Reply PlcConnection::reply_to(const Message& message) {
+ClientConnection::Reply ClientConnection::reply_to(const Message& message) {
   try {
     if (message.type == MessageType::kUserdata) {
       if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
@@ -122,7 +122,7 @@ PlcConnection::Reply PlcConnection::reply_to(const Message& message) {
   }
 }
 
-Message PlcConnection::answer_setup(const Message& job) {
+Message ClientConnection::answer_setup(const Message& job) {
   Reader reader(job.parameter);
   reader.take(2);  // the function, reserved
   const std::uint16_t calling_jobs = std::min(reader.u16(), plc_.options.jobs);
@@ -141,7 +141,7 @@ Message PlcConnection::answer_setup(const Message& job) {
                            .take());
 }
 
-PlcConnection::Reply PlcConnection::reply_to_job(const Message& job) {
+ClientConnection::Reply ClientConnection::reply_to_job(const Message& job) {
   const Function function = job.function();
   if (function == Function::kSetupCommunication) return {answer_setup(job), {}};
   if (state_ != State::kSetUp) throw Refusal{Error::kWrongSequence};
@@ -170,13 +170,13 @@ PlcConnection::Reply PlcConnection::reply_to_job(const Message& job) {
   }
 }
 
-void PlcConnection::send(Fault::Step step, const Message& message,
-                         std::chrono::milliseconds delay) {
+void ClientConnection::send(Fault::Step step, const Message& message,
+                            std::chrono::milliseconds delay) {
   send(step,
        {delay, wrap_message(build_message(message)), Output::End::kNone, plc_.options.latency});
 }
 
-void PlcConnection::send(Fault::Step step, Output output) {
+void ClientConnection::send(Fault::Step step, Output output) {
   if (state_ == State::kOver) return;
   for (Output& struck : plc_.faults.strike(step, std::move(output))) {
     if (state_ == State::kOver) return;

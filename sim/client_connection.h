@@ -14,11 +14,11 @@ namespace plexum::sim {
 
 // The PLC's end of one client's connection: bytes in, bytes out, no sockets. Behind an output that
 // ends the connection nothing more comes.
-class PlcConnection {
+class ClientConnection {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  explicit PlcConnection(Plc& plc) : plc_(plc), userdata_(plc), uploads_(plc), download_(plc) {}
+  explicit ClientConnection(Plc& plc) : plc_(plc), userdata_(plc), uploads_(plc), download_(plc) {}
 
   // The connection was accepted. The PLC sends nothing then, but a fault may end it.
   Outputs accepted();
