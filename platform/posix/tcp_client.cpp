@@ -254,6 +254,7 @@ void PosixTcpClient::look_at_connect() {
 
 void PosixTcpClient::connected() {
   if (is_connected_to_itself(descriptor_.get(), addresses_[next_address_ - 1])) {
+    connect_failure_ = ConnectFailure::kRefused;  // nobody listens there
     drop_descriptor();
     return try_addresses();
   }

@@ -32,6 +32,20 @@ Outcome outcome_of_connect(SOCKET socket) {
   return FD_ISSET(socket, &failed) ? Outcome::kFailed : Outcome::kConnected;
 }
 
+// Why the connection attempt of a socket has failed.
+int error_of_connect(SOCKET socket) {
+  int error = 0;
+  int size = sizeof error;
+  getsockopt(socket, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size);
+  return error;
+}
+
+ConnectFailure failure_of(int error) {
+  if (error == WSAECONNREFUSED) return ConnectFailure::kRefused;
+  if (error == WSAETIMEDOUT) return ConnectFailure::kTimeOut;
+  return ConnectFailure::kUnreachable;
+}
+
 // 0.0.0.0 or ::, which means no particular host.
 bool is_unspecified(const SocketAddress& address) {
   if (address.family() == AF_INET) {
@@ -89,6 +103,7 @@ void BuiltInTcpClient::RemotePort(std::int32_t port) {
 
 void BuiltInTcpClient::Connect() {
   if (State() != kTcpClosed) throw RuntimeError(kTcpInvalidOperation);
+  connect_failure_ = ConnectFailure::kNoSuchHost;  // until there is an address to try
   if (window_ == nullptr) {
     window_ = std::make_unique<MessageWindow>([this](UINT, WPARAM, LPARAM) { look(); });
   }
@@ -155,6 +170,7 @@ void BuiltInTcpClient::look_at_connect() {
       connected();
       break;
     case Outcome::kFailed:
+      connect_failure_ = failure_of(error_of_connect(socket_.get()));
       try_addresses();
       break;
   }
@@ -164,19 +180,24 @@ void BuiltInTcpClient::try_addresses() {
   while (next_address_ < addresses_.size()) {
     const SocketAddress& address = addresses_[next_address_++];
     if (is_unspecified(address)) continue;
+    connect_failure_ = ConnectFailure::kUnreachable;
     socket_.reset(open_socket(address.family(), window_->handle()));
     if (!socket_.is_open()) continue;
-    const bool refused = connect(socket_.get(), address.get(), address.length) != 0 &&
-                         WSAGetLastError() != WSAEWOULDBLOCK;
-    if (refused) continue;
-    state_ = kTcpConnecting;
-    return;
+    if (connect(socket_.get(), address.get(), address.length) == 0 ||
+        WSAGetLastError() == WSAEWOULDBLOCK) {
+      state_ = kTcpConnecting;
+      return;
+    }
+    connect_failure_ = failure_of(WSAGetLastError());
   }
   fail();
 }
 
 void BuiltInTcpClient::connected() {
-  if (is_connected_to_itself(socket_.get())) return try_addresses();
+  if (is_connected_to_itself(socket_.get())) {
+    connect_failure_ = ConnectFailure::kRefused;  // nobody listens there
+    return try_addresses();
+  }
   state_ = kTcpConnected;
   reception_ = std::make_unique<Reception>(socket_.get());
   receive_more();

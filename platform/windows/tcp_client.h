@@ -34,6 +34,7 @@ class BuiltInTcpClient : public TcpClient {
   void SendData(const std::string& bytes) override;
   std::string GetData() override;
   void Close() override;
+  ConnectFailure connect_failure() override { return connect_failure_; }
 
  private:
   // Moves the connection on as far as it goes without waiting.
@@ -65,6 +66,7 @@ class BuiltInTcpClient : public TcpClient {
   std::int16_t state_ = kTcpClosed;
   std::vector<SocketAddress> addresses_;
   std::size_t next_address_ = 0;
+  ConnectFailure connect_failure_ = ConnectFailure::kUnknown;  // of the address tried last
   bool peer_closed_ = false;
   bool send_failed_ = false;
   std::string inbound_;

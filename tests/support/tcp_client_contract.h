@@ -170,17 +170,21 @@ TYPED_TEST_P(TcpClientContract, WhatCannotBeReachedIsAnErrorUntilClose) {
   const struct {
     std::string host;
     std::int32_t port;
+    ConnectFailure failure;
   } kNowhere[] = {
-      {"127.0.0.1", refusing.port()},
-      {"", peer.port()},
-      {"0.0.0.0", peer.port()},
-      {"::", peer.port()},
-      {std::string("127.0.0.1\0x", 11), peer.port()},
-      {std::string(70, 'x') + ".invalid", peer.port()},  // no label of a name is so long
+      {"127.0.0.1", refusing.port(), ConnectFailure::kRefused},
+      {"255.255.255.255", peer.port(), ConnectFailure::kUnreachable},  // everybody is nobody
+      {"", peer.port(), ConnectFailure::kNoSuchHost},
+      {"0.0.0.0", peer.port(), ConnectFailure::kNoSuchHost},
+      {"::", peer.port(), ConnectFailure::kNoSuchHost},
+      {std::string("127.0.0.1\0x", 11), peer.port(), ConnectFailure::kNoSuchHost},
+      // No label of a name is so long.
+      {std::string(70, 'x') + ".invalid", peer.port(), ConnectFailure::kNoSuchHost},
   };
   for (const auto& nowhere : kNowhere) {
     this->start_to_connect(nowhere.host, nowhere.port);
     EXPECT_TRUE(this->until_state(kTcpError)) << nowhere.host;
+    EXPECT_EQ(this->client.connect_failure(), nowhere.failure) << nowhere.host;
     this->client.Close();
   }
   this->connect(peer, "localhost");
