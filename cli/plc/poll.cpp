@@ -1,5 +1,6 @@
 #include "cli/plc/poll.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <iostream>
@@ -17,9 +18,6 @@ namespace plexum::cli {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-// The pauses between failed polls and the next attempt.
-constexpr std::chrono::milliseconds kFirstPause{1000};
-constexpr std::chrono::milliseconds kLongestPause{10'000};
 
 // A table of comma-separated values: the time, then a column for each address.
 class CsvFile {
@@ -107,6 +105,14 @@ std::vector<PlcAddress> polled_addresses(const PollOptions& options) {
   return addresses;
 }
 
+std::chrono::milliseconds pause_after_failure(unsigned number) {
+  constexpr std::chrono::milliseconds kFirst{1000};
+  constexpr std::chrono::milliseconds kLongest{10'000};
+  std::chrono::milliseconds pause = kFirst;
+  for (; number > 1 && pause < kLongest; --number) pause *= 2;
+  return std::min(pause, kLongest);
+}
+
 void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const PollOptions& options,
           PollObserver& observer) {
   const InterruptScope interrupt;
@@ -114,6 +120,7 @@ void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const Po
   RoundTrips times;
   unsigned polls = 0;
   unsigned failures = 0;
+  unsigned failures_in_a_row = 0;
   std::optional<Failure> outage;
   const std::chrono::duration<double> duration(options.duration);
   const Clock::time_point start = Clock::now();
@@ -124,7 +131,6 @@ void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const Po
 
   plc.cancel_when([&] { return interrupt.interrupted(); });
   const std::chrono::milliseconds interval(options.interval);
-  std::chrono::milliseconds pause = kFirstPause;
   Clock::time_point next = start;
   while (!over()) {
     std::vector<PolledVariable> variables;
@@ -143,12 +149,11 @@ void poll(PlcConnection& plc, const std::vector<PlcAddress>& addresses, const Po
     if (outage) {
       ++failures;
       observer.on_failure(time, outage->what());
-      next = now + std::max(interval, pause);
-      pause = std::min(2 * pause, kLongestPause);
+      next = now + std::max(interval, pause_after_failure(++failures_in_a_row));
     } else {
       csv.add(time, addresses, variables);
       observer.on_values(time, variables);
-      pause = kFirstPause;
+      failures_in_a_row = 0;
       // Polls that were due meanwhile are left out.
       next += interval * (1 + std::max<Clock::rep>(0, (now - next) / interval));
     }

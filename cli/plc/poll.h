@@ -50,6 +50,10 @@ class PollObserver {
   virtual void on_failure(PollTime time, const std::string& line) = 0;
 };
 
+// The pause between the failed poll of that number in a row, from 1 on, and the next attempt: 1
+// second, then twice as long each time, and never more than 10 seconds.
+std::chrono::milliseconds pause_after_failure(unsigned number);
+
 // Polls until the user interrupts it or a limit of the options is reached, then prints the
 // statistics on standard error. A failure of the first poll is thrown. After a later one it
 // connects again, for as long as it takes, in pauses that grow to 10 seconds. Where the last poll
