@@ -84,20 +84,36 @@ const KnownError* find(std::span<const KnownError> table, Fits fits) {
   return found == table.end() ? nullptr : &*found;
 }
 
+// Why the network gave no connection.
+ErrorWords words_without_tcp(client::NoConnection::Reason reason) {
+  using Reason = client::NoConnection::Reason;
+  switch (reason) {
+    case Reason::kNotConnected:
+      return {"there is no connection", ""};
+    case Reason::kRefused:
+      return {"no TCP connection: the host refuses it",
+              "check that the address and --port are the PLC's (S7 PLCs have port 102)"};
+    case Reason::kNoSuchHost:
+      return {"no TCP connection: no host has this name", "check the name, or give the address"};
+    case Reason::kTimeOut:
+      return {"no TCP connection: no answer in time",
+              "check the address and whether the PLC is switched on, or give it more time with "
+              "--timeout"};
+    case Reason::kClosed:
+      return {"no TCP connection: it was closed at once",
+              "check the address and --port, and whether other programs hold the PLC's "
+              "connections"};
+    case Reason::kUnreachable:
+      break;
+  }
+  return {"no TCP connection: the host is out of reach",
+          "check the address, the network and whether the PLC is switched on"};
+}
+
 ErrorWords words_of_connecting(const client::NoConnection& failure) {
   using Reason = client::NoConnection::Reason;
   using Step = client::NoConnection::Step;
-  if (failure.reason == Reason::kNotConnected) return {"there is no connection", ""};
-  if (failure.step == Step::kTcp) {
-    switch (failure.reason) {
-      case Reason::kTimeOut:
-        return {"no TCP connection in time", "check the address, the network and --port"};
-      default:
-        // Networks don't always tell which.
-        return {"no TCP connection: the host is unknown, out of reach, or refuses it",
-                "check the address, the network and --port"};
-    }
-  }
+  if (failure.step == Step::kTcp) return words_without_tcp(failure.reason);
   constexpr const char* kCheck =
       "check --rack and --slot (or --tsap-f), and whether other programs hold the PLC's "
       "connections";

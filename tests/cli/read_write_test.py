@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """read_write_test.py PROGRAM [TEST...]: `plexum read` and `plexum write`. Without names, all."""
 
+import contextlib
 import json
+import socket
 
 from program import (Simulator, equal, fails, has, main, one_line, run, run_on_terminal, succeeds)
 
@@ -105,7 +107,22 @@ def test_a_plc_that_refuses_or_is_gone():
     with Simulator("--db", "2:1024", "--fault", "close@2") as simulator:
         fails(1, ("write", *simulator.here, "DB2.DBB0[1000]", ",".join(["7"] * 1000)),
               "connection was closed", "; written: bytes 0 to ", " of 1000")
-    fails(1, ("read", *simulator.here, "MW0", "MW2"), "connecting to 127.0.0.1")
+
+
+def test_why_there_is_no_connection():
+    with socket.create_server(("127.0.0.1", 0), backlog=0) as busy, contextlib.ExitStack() as stack:
+        port = busy.getsockname()[1]
+        for _ in range(4):  # nobody accepts them, so the next request stays without an answer
+            waiting = stack.enter_context(socket.socket())
+            waiting.setblocking(False)
+            waiting.connect_ex(("127.0.0.1", port))
+        for ip, at, time_out, why, advice in (
+                ("127.0.0.1", 1, "20s", "the host refuses it", "port 102"),
+                ("255.255.255.255", 1, "20s", "the host is out of reach", "the network"),
+                ("127.0.0.1", port, "200ms", "no answer in time", "--timeout"),
+                ("no-host.invalid", 1, "20s", "no host has this name", "check the name")):
+            fails(1, ("read", "--ip", ip, "--port", str(at), "--timeout", time_out, "MW0"),
+                  f"connecting to {ip}:{at}: no TCP connection: {why}; ", advice)
 
 
 # Wine's terminals are not this system's.

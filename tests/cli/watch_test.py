@@ -76,7 +76,7 @@ def test_a_run_that_ends_in_an_outage_has_failed():
 
 def test_what_cannot_be_watched():
     for arguments, code, part in (
-            (["MB0", "--ip", "127.0.0.1", "--port", "1"], 1, "no TCP connection"),
+            (["MB0", "--ip", "127.0.0.1", "--port", "1"], 1, "no TCP connection: the host refuses it"),
             (["PQB0", "--sim"], 2, "PQB0"),
             (["MB0", "--sim", "--csv", "/missing/values.csv"], 1, "No such file"),
             (["MB0", "--sim", "--interval", "0"], 2, "--interval")):
