@@ -25,9 +25,13 @@ def backed_up(folder, *arguments):
 
 
 def test_lists():
-    with Simulator(*data_blocks(150)) as plc:  # in three parts at the usual PDU
-        every = " ".join(str(number) for number in range(1, 151))
-        has(succeeds("blocks", "list", *plc.here), "OB (1): 1\n", f"DB (150): {every}\n", "SFC (71): ")
+    every = " ".join(str(number) for number in range(1, 151))
+    # In one part or in several.
+    for pdu, jobs in (("240", "1"), ("240", "8"), ("480", "3"), ("960", "8")):
+        with Simulator("--pdu", pdu, "--jobs", jobs, *data_blocks(150)) as plc:
+            has(succeeds("blocks", "list", *plc.here), "OB (1): 1\n", f"DB (150): {every}\n",
+                "SFC (71): ")
+    with Simulator() as plc:
         found = json.loads(succeeds("blocks", "list", "fc", "--json", *plc.here))
         equal(found, {"FC": {"numbers": [1, 2]}})
         fails(2, ("blocks", "list", "XB", *plc.here), '"XB" is no block type')

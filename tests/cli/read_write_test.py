@@ -27,8 +27,8 @@ def test_read_in_every_form():
 
 
 def test_an_array_longer_than_the_pdu():
-    for pdu in ("64", "240", "480", "960"):
-        with Simulator("--pdu", pdu, "--db", "2:65534") as simulator:
+    for pdu, jobs in (("64", "3"), ("240", "1"), ("240", "8"), ("480", "3"), ("960", "8")):
+        with Simulator("--pdu", pdu, "--jobs", jobs, "--db", "2:65534") as simulator:
             numbers = [str(number) for number in range(-500, 500)]
             for place in ("DB2.DBW3000[1000]:INT", "DB2.DBW63534[1000]:INT"):
                 for command, extra in (("write", [",".join(numbers)]), ("read", [])):
