@@ -55,10 +55,11 @@ TEST_F(Data, WhatIsWrittenReadsBackInEveryAreaAndType) {
                           {"P", "0", sim::Area::kPeripheral},
                           {"DI", "4", sim::Area::kInstanceBlock},
                           {"LD", "0", sim::Area::kLocalData}}) {
-    const auto member = [&, block = at.block, code = at.code](auto call, const std::string& text) {
-      return [=, this](std::string& start) {
+    PlexumLink* const control = &link;
+    const auto member = [control, at](auto call, const std::string& text) {
+      return [=](std::string& start) {
         std::string changed = text;
-        return Value((link.*call)(block, start, changed, code));
+        return Value((control->*call)(at.block, start, changed, at.code));
       };
     };
     const auto write_bit = [&](std::string& start) {
