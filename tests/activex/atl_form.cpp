@@ -35,7 +35,7 @@ void CALLBACK print_labels(HWND, UINT, UINT_PTR, DWORD) {
 
 void read_plc(_PlexumLink* link, const std::wstring& address, const std::wstring& port,
               LONG seconds) {
-  const auto call = [link](const wchar_t* name, std::vector<VariantVariable> arguments) {
+  const auto call = [link](const wchar_t* name, const std::vector<VariantVariable>& arguments) {
     return narrow(invoke(link, name, DISPATCH_METHOD, arguments).value.shown());
   };
   link->put_Tzeit(seconds * 1000);
